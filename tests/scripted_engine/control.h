@@ -1,0 +1,14 @@
+// The door through which tests steer the scripted engine.
+#pragma once
+
+#include <string>
+
+namespace kavrin::scripted {
+
+// Carries out one command, a JSON object whose member "command" names it, and returns the answer as
+// JSON text: {"value": ...}, or {"error": text} when the command could not be carried out.
+//
+// Threads: any thread.
+__attribute__((visibility("default"))) std::string execute(const std::string& command);
+
+}  // namespace kavrin::scripted
