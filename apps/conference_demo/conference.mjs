@@ -14,12 +14,13 @@ const module = createRequire(import.meta.url)(path.join(library, 'KavrinConferen
 
 const roomId = 'demo-room';
 const camera = 0;
+const cameraStarted = 4;
 const largestPicture = (1920 * 1080 * 3) / 2;
 const watchMs = 4000;
 const steps = 7;
 
 const memberStates = new Map([
-  [1, 'joined'], [2, 'left'], [4, 'started the camera'], [5, 'started a screen share'],
+  [1, 'joined'], [2, 'left'], [3, 'is the host'], [4, 'started the camera'], [5, 'started a screen share'],
   [7, 'stopped the camera'], [8, 'stopped the screen share'],
 ]);
 
@@ -51,13 +52,17 @@ async function logIn(participant) {
   say(participant.name, `logged in as "${participant.userId}"`);
 }
 
-async function join(participant) {
+function join(participant) {
   participant.call('EnablePublish', { enableAudio: true, enableVideo: true });
   participant.call('EnableSubscribe', { enableAudio: true, enableVideo: true });
   participant.call('EnableAudioVolumeIndication', { isEnable: true, cycleTime: 1000 });
-  const joined = participant.next('OnRoomMemberStateChange', (_uid, _room, _who, state) => state === 4);
   participant.call('JoinRoom', { roomId, userExtendedInfo: JSON.stringify({ role: participant.name }) });
-  await joined;
+}
+
+/** Resolves when `watcher` has been told that the camera of `shown` runs. */
+function cameraOf(watcher, shown) {
+  return watcher.next('OnRoomMemberStateChange',
+    (_uid, _room, who, state) => who === shown.userId && state === cameraStarted);
 }
 
 async function chat(alice, bob) {
@@ -118,7 +123,9 @@ async function hold() {
   await Promise.all(both.map(logIn));
   both.forEach(narrate);
   step(2, steps, `Join the room "${roomId}"`);
-  for (const participant of both) await join(participant);
+  const cameras = [cameraOf(alice, bob), cameraOf(bob, alice)];
+  both.forEach(join);
+  await Promise.all(cameras);
   step(3, steps, 'Roster');
   for (const user of alice.query('GetRoomAttendees')) {
     say(alice.name, `${user.m_pUserId} "${user.m_pUserName}" ${user.m_pUserExtInfo}`);
