@@ -1,0 +1,329 @@
+#include "events/event_emitter.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "bridge/convert.h"
+
+namespace kavrin {
+
+// Shared by the registry, its records and their messages. Script thread only.
+struct EventEmitter::DeliveryGate {
+  LogSink* logSink;  // null once the registry is gone: nothing is delivered any more
+};
+
+struct EventEmitter::ListenerRecord {
+  napi_threadsafe_function tsfn = nullptr;
+  napi_env env = nullptr;
+  napi_ref contextRef = nullptr;  // empty for completions; script thread only
+  bool dropped = false;           // a listener that was removed; script thread only
+  std::shared_ptr<DeliveryGate> gate;
+};
+
+struct EventEmitter::DispatchMessage {
+  bool isEvent = false;
+  bool isApiCallback = false;
+  std::int32_t code = -1;
+  std::string name;
+  std::string payload;
+  RecordPtr record;
+};
+
+// One message on the script thread.
+class EventEmitter::Delivery {
+ public:
+  Delivery(napi_env env, napi_value callback, const DispatchMessage& message)
+      : env_(env), callback_(callback), message_(message) {}
+
+  void run() {
+    if (!succeeded(napi_get_global(env_, &global_), "napi_get_global failed.")) return;
+    if (message_.isApiCallback) {
+      deliverCompletion();
+    } else {
+      deliverEvent();
+    }
+  }
+
+ private:
+  void deliverEvent() {
+    napi_value arguments[2] = {nullptr, nullptr};
+    if (message_.payload.empty()) {
+      napi_get_undefined(env_, &arguments[0]);
+    } else if (!parsePayload(arguments[0])) {
+      return;
+    }
+    // The parse may have run script, which may have removed this listener.
+    if (message_.record->dropped) return;
+    const napi_status held =
+        napi_get_reference_value(env_, message_.record->contextRef, &arguments[1]);
+    if (!succeeded(held, "Failed to get context_ref")) return;
+    call(2, arguments);
+  }
+
+  void deliverCompletion() {
+    napi_value code = nullptr;
+    if (!isFunction()) return;
+    if (!succeeded(napi_create_int32(env_, message_.code, &code), "napi_create_int32 failed.")) {
+      return;
+    }
+    callFunction(1, &code);
+  }
+
+  bool parsePayload(napi_value& parsed) {
+    napi_value text = nullptr;
+    napi_value json = nullptr;
+    napi_value parse = nullptr;
+    return succeeded(napi_create_string_utf8(env_, message_.payload.data(), message_.payload.size(),
+                                             &text),
+                     "napi_create_string_utf8 failed.") &&
+           succeeded(napi_get_named_property(env_, global_, "JSON", &json),
+                     "napi_get_named_property JSON failed.") &&
+           succeeded(napi_get_named_property(env_, json, "parse", &parse),
+                     "napi_get_named_property parse failed.") &&
+           succeeded(napi_call_function(env_, json, parse, 1, &text, &parsed),
+                     "napi_call_function failed.");
+  }
+
+  bool isFunction() {
+    napi_valuetype type = napi_undefined;
+    if (napi_typeof(env_, callback_, &type) == napi_ok && type == napi_function) return true;
+    log("js_cb is not a function");
+    return false;
+  }
+
+  void call(std::size_t argc, const napi_value* argv) {
+    if (isFunction()) callFunction(argc, argv);
+  }
+
+  // An exception of the callback stays pending: Node reports it when this delivery returns.
+  void callFunction(std::size_t argc, const napi_value* argv) {
+    succeeded(napi_call_function(env_, global_, callback_, argc, argv, nullptr),
+              "napi_call_function failed.");
+  }
+
+  bool succeeded(napi_status status, const char* message) {
+    if (status != napi_ok) log(message);
+    return status == napi_ok;
+  }
+
+  void log(const char* message) {
+    LogSink* const logSink = message_.record->gate->logSink;
+    if (logSink != nullptr) logSink->LogE(message);
+  }
+
+  napi_env env_;
+  napi_value callback_;
+  napi_value global_ = nullptr;
+  const DispatchMessage& message_;
+};
+
+std::size_t NameHash::operator()(const std::string& name) const noexcept {
+  std::uint64_t hash = 14695981039346656037ULL;
+  for (const char byte : name) {
+    hash ^= static_cast<unsigned char>(byte);
+    hash *= 1099511628211ULL;
+  }
+  return static_cast<std::size_t>(hash);
+}
+
+EventEmitter::EventEmitter(LogSink& logSink, EnvironmentHook& environmentHook)
+    : logSink_(logSink),
+      environmentHook_(environmentHook),
+      gate_(std::make_shared<DeliveryGate>(DeliveryGate{&logSink})) {}
+
+EventEmitter::~EventEmitter() {
+  releaseAll();
+  gate_->logSink = nullptr;
+}
+
+void EventEmitter::callJs(napi_env env, napi_value jsCallback, void* /*context*/, void* data) {
+  const std::unique_ptr<DispatchMessage> message(static_cast<DispatchMessage*>(data));
+  if (message == nullptr || env == nullptr) return;
+  const ListenerRecord& record = *message->record;
+  if (record.gate->logSink == nullptr || record.dropped) return;
+  Delivery(env, jsCallback, *message).run();
+}
+
+EventEmitter::RecordPtr EventEmitter::createRecord(napi_env env, napi_value callback,
+                                                   const std::string& name,
+                                                   const std::shared_ptr<DeliveryGate>& gate) {
+  auto record = std::make_shared<ListenerRecord>();
+  record->env = env;
+  record->gate = gate;
+  napi_value resourceName = nullptr;
+  napi_create_string_utf8(env, name.data(), name.size(), &resourceName);
+  constexpr std::size_t kUnboundedQueue = 0;
+  constexpr std::size_t kInitialThreads = 1;
+  const napi_status status = napi_create_threadsafe_function(
+      env, callback, nullptr, resourceName, kUnboundedQueue, kInitialThreads, nullptr, nullptr,
+      record.get(), callJs, &record->tsfn);
+  return status == napi_ok ? record : nullptr;
+}
+
+void EventEmitter::release(ListenerRecord& record) {
+  if (record.tsfn == nullptr) return;
+  napi_release_threadsafe_function(record.tsfn, napi_tsfn_release);
+  record.tsfn = nullptr;
+}
+
+void EventEmitter::dropListener(ListenerRecord& record) {
+  if (record.contextRef == nullptr) return;
+  record.dropped = true;
+  napi_delete_reference(record.env, record.contextRef);
+  record.contextRef = nullptr;
+}
+
+napi_value EventEmitter::throwLogged(napi_env env, const char* message) {
+  logSink_.LogE(message);
+  napi_throw_error(env, nullptr, message);
+  return nullptr;
+}
+
+napi_value EventEmitter::on(napi_env env, std::size_t argc, const napi_value* argv) {
+  if (argc < 3) return throwLogged(env, "Invalid arguments to on()");
+  const std::string name = node_napi::readText(env, argv[0]).value_or("");
+  if (name.empty()) return throwLogged(env, "Invalid event name");
+  napi_ref contextRef = nullptr;
+  if (napi_create_reference(env, argv[2], 1, &contextRef) != napi_ok) {
+    napi_throw_error(env, nullptr, "Failed to create reference");
+    return nullptr;
+  }
+  RecordPtr record = createRecord(env, argv[1], name, gate_);
+  if (record == nullptr) {
+    napi_delete_reference(env, contextRef);
+    return throwLogged(env, "Failed to create threadsafe function");
+  }
+  record->contextRef = contextRef;
+  store(name, std::move(record));
+  environmentHook_.rearm();
+  return nullptr;
+}
+
+void EventEmitter::store(const std::string& name, RecordPtr record) {
+  MutexLock lock(mutex_);
+  RecordPtr& place = listeners_[name];
+  if (place != nullptr) {
+    if (place->contextRef != nullptr) place->dropped = true;
+    leftovers_.push_back(std::move(place));
+  }
+  place = std::move(record);
+}
+
+EventEmitter::RecordPtr EventEmitter::take(const std::string& name) {
+  const auto found = listeners_.find(name);
+  if (found == listeners_.end()) return nullptr;
+  RecordPtr record = std::move(found->second);
+  listeners_.erase(found);
+  return record;
+}
+
+napi_value EventEmitter::off(napi_env env, std::size_t argc, const napi_value* argv) {
+  if (argc < 1) return throwLogged(env, "Invalid arguments to off()");
+  const std::string name = node_napi::readText(env, argv[0]).value_or("");
+  if (name.empty()) return throwLogged(env, "Invalid event name");
+  MutexLock lock(mutex_);
+  const RecordPtr record = take(name);
+  if (record == nullptr) {
+    logSink_.LogI("not find event.");
+    return nullptr;
+  }
+  release(*record);
+  dropListener(*record);
+  return nullptr;
+}
+
+std::string EventEmitter::registerApiCallback(napi_env env, napi_value callback,
+                                              const std::string& name) {
+  RecordPtr record = createRecord(env, callback, name, gate_);
+  if (record == nullptr) {
+    throwLogged(env, "Failed to create threadsafe function");
+    return {};
+  }
+  std::string used = name;
+  {
+    MutexLock lock(mutex_);
+    while (listeners_.contains(used)) used = name + "_" + std::to_string(nextStamp());
+    listeners_.emplace(used, std::move(record));
+  }
+  environmentHook_.rearm();
+  return used;
+}
+
+std::int64_t EventEmitter::nextStamp() {
+  using namespace std::chrono;
+  const auto now = duration_cast<milliseconds>(system_clock::now().time_since_epoch());
+  lastStamp_ = std::max<std::int64_t>(now.count(), lastStamp_ + 1);
+  return lastStamp_;
+}
+
+void EventEmitter::unregister(const std::string& name) {
+  MutexLock lock(mutex_);
+  RecordPtr record = take(name);
+  if (record == nullptr) {
+    logSink_.LogI("Event not found: " + name);
+    return;
+  }
+  release(*record);
+  // A listener that script registered over a completion: its reference waits for the script thread.
+  if (record->contextRef != nullptr) leftovers_.push_back(std::move(record));
+}
+
+bool EventEmitter::post(std::unique_ptr<DispatchMessage> message, const char* failureText,
+                        const char* unknownText) {
+  MutexLock lock(mutex_);
+  const auto found = listeners_.find(message->name);
+  if (found == listeners_.end()) {
+    logSink_.LogI(unknownText + message->name);
+    return false;
+  }
+  message->record = found->second;
+  const napi_status status =
+      napi_call_threadsafe_function(found->second->tsfn, message.get(), napi_tsfn_nonblocking);
+  if (status != napi_ok) {
+    logSink_.LogE(failureText + message->name);
+    return false;
+  }
+  static_cast<void>(message.release());  // delivery frees it
+  return true;
+}
+
+void EventEmitter::emit(const std::string& name, const std::string& jsonPayload) {
+  auto message = std::make_unique<DispatchMessage>();
+  message->isEvent = true;
+  message->name = name;
+  message->payload = jsonPayload;
+  post(std::move(message),
+       "Failed to call threadsafe function for event: ", "Emit event: not find event: ");
+}
+
+void EventEmitter::emitApiCallback(const std::string& name, std::int32_t code) {
+  emitApiCallback(name, code, {});
+}
+
+void EventEmitter::emitApiCallback(const std::string& name, std::int32_t code,
+                                   const std::string& payload) {
+  auto message = std::make_unique<DispatchMessage>();
+  message->isApiCallback = true;
+  message->code = code;
+  message->name = name;
+  message->payload = payload;
+  post(std::move(message),
+       "Failed to call threadsafe function for API event: ", "EmitApiCallback: not find event: ");
+}
+
+void EventEmitter::releaseAll() {
+  MutexLock lock(mutex_);
+  for (auto& [name, record] : listeners_) {
+    release(*record);
+    dropListener(*record);
+  }
+  for (const RecordPtr& record : leftovers_) {
+    release(*record);
+    dropListener(*record);
+  }
+  listeners_.clear();
+  leftovers_.clear();
+}
+
+}  // namespace kavrin

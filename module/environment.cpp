@@ -1,0 +1,28 @@
+#include "module/environment.h"
+
+namespace kavrin {
+
+bool Environment::install(napi_env env) {
+  const auto finalize = [](napi_env, void* data, void*) { delete static_cast<Environment*>(data); };
+  auto* environment = new Environment(env);
+  if (napi_set_instance_data(env, environment, finalize, nullptr) == napi_ok) return true;
+  delete environment;
+  return false;
+}
+
+Environment& Environment::of(napi_env env) {
+  void* data = nullptr;
+  napi_get_instance_data(env, &data);
+  return *static_cast<Environment*>(data);
+}
+
+std::shared_ptr<Environment::Facade> Environment::find(HandleNumber number) const {
+  const auto found = live_.find(number);
+  return found == live_.end() ? nullptr : found->second;
+}
+
+bool Environment::wasDestroyed(HandleNumber number) const {
+  return number < nextNumber_ && !live_.contains(number);
+}
+
+}  // namespace kavrin

@@ -1,0 +1,228 @@
+#include "video/video_frame_store.h"
+
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <optional>
+
+namespace kavrin {
+namespace {
+
+// Bytes of a picture; nothing when they cannot be told in 31 bits.
+std::optional<std::int32_t> pictureSize(const VideoFrameStore::VideoFrame& frame) {
+  const std::int64_t size = std::int64_t{frame.width} * frame.height * 3 / 2;
+  if (size > std::numeric_limits<std::int32_t>::max()) return std::nullopt;
+  return static_cast<std::int32_t>(size);
+}
+
+// One flat JSON object, key by key.
+class JsonObject {
+ public:
+  JsonObject() : writer_(buffer_) { writer_.StartObject(); }
+
+  JsonObject& number(const char* key, std::int64_t value) {
+    writer_.Key(key);
+    writer_.Int64(value);
+    return *this;
+  }
+  JsonObject& text(const char* key, const std::string& value) {
+    writer_.Key(key);
+    writer_.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
+    return *this;
+  }
+  std::string build() {
+    writer_.EndObject();
+    return {buffer_.GetString(), buffer_.GetSize()};
+  }
+
+ private:
+  rapidjson::StringBuffer buffer_;
+  rapidjson::Writer<rapidjson::StringBuffer> writer_;
+};
+
+}  // namespace
+
+VideoFrameStore::~VideoFrameStore() {
+  MutexLock lock(mutex_);
+  for (const auto& [key, bound] : boundBuffers_) release(bound);
+}
+
+std::string VideoFrameStore::frameKey(const std::string& userName, std::int64_t streamType) {
+  constexpr std::int64_t kSmallCameraStream = 1;
+  const std::int64_t keyType = streamType == kSmallCameraStream ? 0 : streamType;
+  return userName + "_" + std::to_string(keyType);
+}
+
+bool VideoFrameStore::belongsTo(const std::string& key, const std::string& userName) {
+  // The type has no "_", so the last one ends the name, whatever the name holds.
+  return key.rfind('_') == userName.size() && key.compare(0, userName.size(), userName) == 0;
+}
+
+bool VideoFrameStore::accepts(const std::string& userName, const std::string& key) const {
+  if (userName == exemptUser_) return true;
+  return std::find(announcedKeys_.begin(), announcedKeys_.end(), key) != announcedKeys_.end();
+}
+
+void VideoFrameStore::deliver(const std::string& userName, std::uint32_t streamType,
+                              const VideoFrame& frame) {
+  const auto size = pictureSize(frame);
+  if (frame.data == nullptr || !size) return;
+  const std::string key = frameKey(userName, streamType);
+  MutexLock lock(mutex_);
+  if (!accepts(userName, key)) return;
+  Slot& slot = slots_[key];
+  const bool sizeChanged =
+      slot.data == nullptr || slot.width != frame.width || slot.height != frame.height;
+  storePicture(slot, frame, *size);
+  if (sizeChanged) notifySize(userName, streamType, slot);
+}
+
+void VideoFrameStore::storePicture(Slot& slot, const VideoFrame& frame, std::int32_t size) {
+  const auto bytes = static_cast<std::size_t>(size);
+  if (slot.data == nullptr || size > slot.capacity) {
+    slot.data = std::make_unique_for_overwrite<unsigned char[]>(bytes);
+    slot.capacity = size;
+  }
+  slot.width = frame.width;
+  slot.height = frame.height;
+  slot.size = size;
+  std::memcpy(slot.data.get(), frame.data, bytes);
+  slot.fresh = true;
+}
+
+void VideoFrameStore::notifySize(const std::string& userName, std::uint32_t streamType,
+                                 const Slot& slot) {
+  if (notifier_ == nullptr) return;
+  notifier_->onFrameSizeChanged(JsonObject()
+                                    .text("uid", userName)
+                                    .number("type", streamType)
+                                    .number("width", slot.width)
+                                    .number("height", slot.height)
+                                    .number("needSize", slot.size)
+                                    .build());
+}
+
+void VideoFrameStore::announce(const std::string& userName, std::int32_t mode) {
+  std::string key = frameKey(userName, mode);
+  MutexLock lock(mutex_);
+  const auto end = announcedKeys_.end();
+  if (std::find(announcedKeys_.begin(), end, key) == end) announcedKeys_.push_back(std::move(key));
+}
+
+void VideoFrameStore::withdraw(const std::string& userName, std::int32_t mode) {
+  const std::string key = frameKey(userName, mode);
+  MutexLock lock(mutex_);
+  std::erase(announcedKeys_, key);
+  slots_.erase(key);
+}
+
+void VideoFrameStore::removeMember(const std::string& userName) {
+  MutexLock lock(mutex_);
+  std::erase_if(announcedKeys_, [&](const std::string& key) { return belongsTo(key, userName); });
+  std::erase_if(slots_, [&](const auto& entry) { return belongsTo(entry.first, userName); });
+}
+
+void VideoFrameStore::setExemptUser(const std::string& userName) {
+  MutexLock lock(mutex_);
+  exemptUser_ = userName;
+}
+
+void VideoFrameStore::release(const BoundBuffer& bound) {
+  napi_delete_reference(bound.env, bound.reference);
+}
+
+bool VideoFrameStore::bind(napi_env env, napi_value buffer, const std::string& userName,
+                           std::int32_t streamType) {
+  bool isBuffer = false;
+  if (napi_is_buffer(env, buffer, &isBuffer) != napi_ok || !isBuffer) {
+    napi_throw_type_error(env, nullptr, "Argument must be a Buffer");
+    return false;
+  }
+  BoundBuffer bound;
+  bound.env = env;
+  void* data = nullptr;
+  if (napi_get_buffer_info(env, buffer, &data, &bound.length) != napi_ok ||
+      napi_create_reference(env, buffer, 1, &bound.reference) != napi_ok) {
+    return false;
+  }
+  MutexLock lock(mutex_);
+  const auto [place, inserted] = boundBuffers_.try_emplace(frameKey(userName, streamType), bound);
+  if (!inserted) {
+    release(place->second);
+    place->second = bound;
+  }
+  return true;
+}
+
+void VideoFrameStore::unbind(napi_env /*env*/, const std::string& userName,
+                             std::int32_t streamType) {
+  MutexLock lock(mutex_);
+  const auto found = boundBuffers_.find(frameKey(userName, streamType));
+  if (found == boundBuffers_.end()) return;
+  release(found->second);
+  boundBuffers_.erase(found);
+}
+
+// Script may have detached or resized the memory since it was bound, so it is asked for anew. A
+// detached buffer keeps its bound length with no data behind it.
+VideoFrameStore::Memory VideoFrameStore::currentMemory(const BoundBuffer& bound) {
+  napi_value buffer = nullptr;
+  void* data = nullptr;
+  Memory memory;
+  if (napi_get_reference_value(bound.env, bound.reference, &buffer) != napi_ok ||
+      buffer == nullptr ||
+      napi_get_buffer_info(bound.env, buffer, &data, &memory.length) != napi_ok) {
+    return {nullptr, bound.length};
+  }
+  memory.data = static_cast<unsigned char*>(data);
+  if (memory.data == nullptr) memory.length = bound.length;
+  return memory;
+}
+
+VideoFrameStore::Fetch VideoFrameStore::get(const std::string& userName, std::int32_t streamType,
+                                            bool force) {
+  const std::string key = frameKey(userName, streamType);
+  MutexLock lock(mutex_);
+  const auto bound = boundBuffers_.find(key);
+  if (bound == boundBuffers_.end()) return {kNotBound};
+  const auto found = slots_.find(key);
+  if (found == slots_.end()) return {kNoPicture};
+  Slot& slot = found->second;
+  if (!slot.fresh && !force) return {kNothingNew};
+  const Memory memory = currentMemory(bound->second);
+  const auto size = static_cast<std::size_t>(slot.size);
+  if (size > memory.length) {
+    notifyOverflow(userName, streamType, slot, memory.length);
+    return {kBufferTooSmall, slot.width, slot.height};
+  }
+  if (memory.data == nullptr || slot.data == nullptr) return {kNoData};
+  std::memcpy(memory.data, slot.data.get(), size);
+  slot.fresh = false;
+  return {kCopied, slot.width, slot.height};
+}
+
+void VideoFrameStore::notifyOverflow(const std::string& userName, std::int32_t streamType,
+                                     const Slot& slot, std::size_t currentSize) {
+  if (notifier_ == nullptr) return;
+  notifier_->onBufferOverflow(JsonObject()
+                                  .number("needSize", slot.size)
+                                  .number("curSize", static_cast<std::int64_t>(currentSize))
+                                  .number("width", slot.width)
+                                  .number("height", slot.height)
+                                  .text("uid", userName)
+                                  .number("type", streamType)
+                                  .build());
+}
+
+std::string fetchText(const VideoFrameStore::Fetch& fetch) {
+  return JsonObject()
+      .number("ret", fetch.ret)
+      .number("width", fetch.width)
+      .number("height", fetch.height)
+      .build();
+}
+
+}  // namespace kavrin

@@ -1,0 +1,134 @@
+// The newest picture of every stream, from the engine's threads to script's buffers.
+//
+// Script binds a buffer of its own per user and stream type, the engine delivers pictures, and
+// script fetches the newest one into the bound buffer. A picture is I420, planes Y, U, V one after
+// the other without padding, width * height * 3 / 2 bytes.
+//
+// Streams are named by a frame key: the user name, "_" and the decimal stream type. Types 0 and 1,
+// the two sizes of a camera, share the key of type 0. Pictures are accepted for announced keys and
+// for the exempt user, who is the local one.
+//
+// Threads: deliver(), announce(), withdraw(), removeMember() and setExemptUser() may be called from
+// any thread; bind(), unbind(), get() and destruction belong to the script thread. `mutex_` guards
+// everything and is held for one picture's copy at most. Under it the notifier is called, which
+// must not call back into the store.
+// Shutdown: the engine is stopped first, so that no more pictures arrive; the destructor gives the
+// references to script's buffers back and so needs a live script environment.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "bridge/node_api.h"
+#include "engine/engine_interface.h"
+#include "support/thread_annotations.h"
+
+namespace kavrin {
+
+// Takes the store's notifications, each a JSON text. Called on any thread; must not block.
+class FrameNotifier {
+ public:
+  // {"uid", "type", "width", "height", "needSize"}: the pictures of a stream have a new size.
+  virtual void onFrameSizeChanged(const std::string& json) = 0;
+  // {"needSize", "curSize", "width", "height", "uid", "type"}: a bound buffer is too small.
+  virtual void onBufferOverflow(const std::string& json) = 0;
+
+ protected:
+  ~FrameNotifier() = default;
+};
+
+class VideoFrameStore {
+ public:
+  using VideoFrame = Kavrin::ConferenceEngine::VideoFrame;
+
+  enum Result : std::int32_t {
+    kCopied = 0,      // a picture was copied into the bound buffer
+    kNothingNew = 1,  // the newest picture was copied before
+    kNotBound = -1,   // no buffer is bound for the key
+    kNoPicture = -2,  // no picture was received for the key
+    kBufferTooSmall = -3,
+    kNoData = -4,  // the bound buffer (detached, say) or the picture has no memory
+  };
+
+  // Outcome of a fetch; width and height (pixels) are set for kCopied and kBufferTooSmall.
+  struct Fetch {
+    Result ret = kNotBound;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+  };
+
+  // The notifier is borrowed, may be null, and must outlive the store.
+  explicit VideoFrameStore(FrameNotifier* notifier) : notifier_(notifier) {}
+  ~VideoFrameStore();
+  VideoFrameStore(const VideoFrameStore&) = delete;
+  VideoFrameStore& operator=(const VideoFrameStore&) = delete;
+
+  // Keeps a copy of the picture as the newest of its stream; drops it when the stream was not
+  // announced, or when the frame has no data or no representable size.
+  void deliver(const std::string& userName, std::uint32_t streamType, const VideoFrame& frame);
+
+  // A stream starts: its key may deliver from now on. Mode 0 is the camera, 2 the screen share.
+  void announce(const std::string& userName, std::int32_t mode);
+  // A stream ends: its key is withdrawn and its picture dropped.
+  void withdraw(const std::string& userName, std::int32_t mode);
+  // A member leaves: all keys of that member are withdrawn and their pictures dropped.
+  void removeMember(const std::string& userName);
+  // The user whose pictures need no announcement.
+  void setExemptUser(const std::string& userName);
+
+  // Binds a script buffer, held by a strong reference until it is replaced or unbound. False, with
+  // the type error "Argument must be a Buffer" pending, when `buffer` is none.
+  bool bind(napi_env env, napi_value buffer, const std::string& userName, std::int32_t streamType);
+  void unbind(napi_env env, const std::string& userName, std::int32_t streamType);
+
+  // Copies the newest picture into the bound buffer; with `force` also one that was copied before.
+  Fetch get(const std::string& userName, std::int32_t streamType, bool force);
+
+ private:
+  struct Slot {
+    bool fresh = true;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::unique_ptr<unsigned char[]> data;
+    std::int32_t size = 0;      // bytes of the current picture
+    std::int32_t capacity = 0;  // bytes of the block; grows, never shrinks
+  };
+
+  struct BoundBuffer {
+    napi_env env = nullptr;
+    napi_ref reference = nullptr;
+    std::size_t length = 0;  // bytes when it was bound
+  };
+
+  struct Memory {
+    unsigned char* data = nullptr;
+    std::size_t length = 0;
+  };
+
+  static std::string frameKey(const std::string& userName, std::int64_t streamType);
+  static bool belongsTo(const std::string& key, const std::string& userName);
+  static Memory currentMemory(const BoundBuffer& bound);
+  static void release(const BoundBuffer& bound);
+
+  bool accepts(const std::string& userName, const std::string& key) const KAVRIN_REQUIRES(mutex_);
+  void storePicture(Slot& slot, const VideoFrame& frame, std::int32_t size) KAVRIN_REQUIRES(mutex_);
+  void notifySize(const std::string& userName, std::uint32_t streamType, const Slot& slot)
+      KAVRIN_REQUIRES(mutex_);
+  void notifyOverflow(const std::string& userName, std::int32_t streamType, const Slot& slot,
+                      std::size_t currentSize) KAVRIN_REQUIRES(mutex_);
+
+  FrameNotifier* const notifier_;
+  Mutex mutex_;
+  std::unordered_map<std::string, Slot> slots_ KAVRIN_GUARDED_BY(mutex_);
+  std::vector<std::string> announcedKeys_ KAVRIN_GUARDED_BY(mutex_);
+  std::string exemptUser_ KAVRIN_GUARDED_BY(mutex_);
+  std::unordered_map<std::string, BoundBuffer> boundBuffers_ KAVRIN_GUARDED_BY(mutex_);
+};
+
+// A fetch as script sees it: {"ret": …, "width": …, "height": …}.
+std::string fetchText(const VideoFrameStore::Fetch& fetch);
+
+}  // namespace kavrin
