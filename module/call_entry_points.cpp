@@ -32,15 +32,12 @@ std::uint32_t argumentCount(napi_env env, napi_value arguments) {
   return count;
 }
 
-// Numbers, texts and booleans have no elements to read; reading from undefined fails for them
-// with the host's own words.
+// Numbers, texts and booleans have no elements to read: reading from no handle at all fails for
+// them with the host's own words, where the host would make an object of them.
 napi_value elementSource(napi_env env, napi_value arguments) {
   napi_valuetype type = napi_undefined;
   napi_typeof(env, arguments, &type);
-  if (type == napi_object || type == napi_function) return arguments;
-  napi_value undefined = nullptr;
-  napi_get_undefined(env, &undefined);
-  return undefined;
+  return type == napi_object || type == napi_function ? arguments : nullptr;
 }
 
 // The first elements as Variants; nothing when one of them cannot be read.
