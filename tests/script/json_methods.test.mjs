@@ -108,7 +108,7 @@ const wrongValues = {
 const badTexts = [
   ['[]', /^not object/], ['5', /^not object/], ['"text"', /^not object/], ['true', /^not object/],
   ['{', /^Parse json fail\. err=.+\. offset=$/],
-  ['{"a":}', /^Parse json fail\. err=Invalid value\. offset=\}$/],
+  ['{"a":}', /^Parse json fail\. err=Invalid value\.\. offset=\}$/],
   ['{} x', /^Parse json fail\. err=.+\. offset=x$/],
   ['\u00ff', /^Parse json fail\. err=.+\. offset=.+/],
 ];

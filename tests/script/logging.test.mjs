@@ -90,11 +90,10 @@ test('refused listeners are logged by LogE at line 1793', async t => {
     ['ERROR', `${facade}LogE`, 1793, 'Invalid event name']);
 });
 
-test('a "%" in a text for LogI is read as a conversion without an argument', async t => {
+test('a completion without a record is logged by LogI under its name', async t => {
   const session = await loggedIn(t);
-  const user = 'plain';
   engine.setPlan('SendCustomMessage', { mode: 'hold' });
-  session.async_('AsyncSendCustomMessage', { msg: user }, () => {});
+  session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => {});
   const [{ id }] = engine.completions();
   engine.complete(id, 0, { keep: true });
   log.mark();
@@ -137,7 +136,7 @@ test('through a pipe, standard output gets every body by the end of the process'
     session.json('StopPreview', '');
     session.destroy();
   `, { env: { KAVRIN_KEEP_STDOUT: '1' } });
-  assert.match(stdout, /^call node api: Init, param: \{.*SetRootHost:hostInit name:pipe/);
+  assert.match(stdout, /^SetLogFilePath:.*SetRootHost:hostInit name:pipe/);
   assert.match(stdout, /method enter\.\.\.method return 0call node api: StopPreview ret: 0/);
   assert.ok(!stdout.includes('\n'), 'no line ends');
   assert.ok(!/\[INFO\]|\[DEBUG\]/.test(stdout), 'no headers');

@@ -6,7 +6,8 @@ import { pathToFileURL } from 'node:url';
 import { distDir, moduleFile, projectDir, scriptedDir } from './paths.mjs';
 import { newFolder } from './workspace.mjs';
 
-const supportUrl = name =>
+// Where child scripts and workers import these support files from.
+export const supportUrl = name =>
   pathToFileURL(path.join(projectDir, 'tests/script/support', name)).href;
 
 // What a child script finds at its top. `report(value)` sends a value to the parent.

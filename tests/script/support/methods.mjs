@@ -125,7 +125,8 @@ export const initialValues = { string: '', integer: 0, boolean: false, list: [] 
 
 // One value for every key: texts and numbers that differ from each other and from the initial ones.
 export function sampleValues(method) {
-  return Object.fromEntries(method.keys.map(([key, type], index) => [key, sample(type, key, index)]));
+  const keys = method.keys ?? [];
+  return Object.fromEntries(keys.map(([key, type], index) => [key, sample(type, key, index)]));
 }
 
 function sample(type, key, index) {

@@ -39,7 +39,7 @@ export class Session {
     engine.setPlan('Init', { mode: 'hold' });
     this.init(params);
     engine.setPlan('Init', { mode: 'automatic' });
-    engine.completeOnly(0);
+    engine.complete(engine.completions().filter(held => held.operation === 'Init').pop().id);
     await until(() => this.codes.length > before, 'the login');
     return this;
   }

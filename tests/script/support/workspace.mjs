@@ -2,7 +2,7 @@
 import fs from 'node:fs';
 import os from 'node:os';
 import path from 'node:path';
-import { isMainThread } from 'node:worker_threads';
+import { isMainThread, threadId } from 'node:worker_threads';
 
 const inherited = process.env.KAVRIN_TEST_WORKSPACE;
 
@@ -27,7 +27,7 @@ let folders = 0;
 
 // A new, empty folder.
 export function newFolder(name = 'folder') {
-  const folder = path.join(workspace, `${name}${++folders}-${process.pid}`);
+  const folder = path.join(workspace, `${name}${++folders}-${process.pid}-${threadId}`);
   fs.mkdirSync(folder, { recursive: true });
   return folder;
 }
