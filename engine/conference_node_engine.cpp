@@ -101,7 +101,7 @@ Variant KavrinNodeConferenceEngine::runJsonParamFunction(napi_env env, const std
   }
   const JsonMethod method = found->second;
   Variant result = method(env, json);
-  if (traced) {
+  if (traced && logger_.isOpen()) {
     logger_.write(kavrin::kLogInfo, __LINE__, kTag, "call node api: %s ret: %s", name.c_str(),
                   result.toString().c_str());
   }

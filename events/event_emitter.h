@@ -96,11 +96,12 @@ class EventEmitter {
   using RecordPtr = std::shared_ptr<ListenerRecord>;
 
   static void callJs(napi_env env, napi_value jsCallback, void* context, void* data);
-  static RecordPtr createRecord(napi_env env, napi_value callback, const std::string& name,
-                                const std::shared_ptr<DeliveryGate>& gate);
+  static napi_status holdContext(napi_env env, napi_value context, ListenerRecord& record);
   static void release(ListenerRecord& record);
   static void dropListener(ListenerRecord& record);
 
+  bool createFunction(napi_env env, napi_value callback, const std::string& name,
+                      ListenerRecord& record);
   void store(const std::string& name, RecordPtr record);
   RecordPtr take(const std::string& name) KAVRIN_REQUIRES(mutex_);
   // Wall-clock milliseconds, made strictly increasing so that a burst of registrations need not

@@ -217,12 +217,18 @@ void VideoFrameStore::notifyOverflow(const std::string& userName, std::int32_t s
                                   .build());
 }
 
+// Made for every picture that script renders, hence without a JSON writer or printf.
 std::string fetchText(const VideoFrameStore::Fetch& fetch) {
-  return JsonObject()
-      .number("ret", fetch.ret)
-      .number("width", fetch.width)
-      .number("height", fetch.height)
-      .build();
+  std::string text;
+  text.reserve(64);
+  text += R"({"ret":)";
+  text += std::to_string(static_cast<std::int32_t>(fetch.ret));
+  text += R"(,"width":)";
+  text += std::to_string(fetch.width);
+  text += R"(,"height":)";
+  text += std::to_string(fetch.height);
+  text += '}';
+  return text;
 }
 
 }  // namespace kavrin
