@@ -217,11 +217,11 @@ void VideoFrameStore::notifyOverflow(const std::string& userName, std::int32_t s
                                   .build());
 }
 
-// Made for every picture that script renders, hence without a JSON writer or printf.
+// Made for every picture that script renders, hence without a JSON writer or printf; most polls find
+// nothing new.
 std::string fetchText(const VideoFrameStore::Fetch& fetch) {
-  std::string text;
-  text.reserve(64);
-  text += R"({"ret":)";
+  if (fetch.ret == VideoFrameStore::kNothingNew) return R"({"ret":1,"width":0,"height":0})";
+  std::string text = R"({"ret":)";
   text += std::to_string(static_cast<std::int32_t>(fetch.ret));
   text += R"(,"width":)";
   text += std::to_string(fetch.width);
