@@ -106,8 +106,8 @@ class KavrinNodeConferenceEngine final : public kavrin::LogSink, private kavrin:
   using JsonMethod = std::function<Variant(napi_env, const std::string&)>;
   using JsonCallbackMethod = std::function<Variant(napi_env, const std::string&, napi_value)>;
 
-  void onFrameSizeChanged(const std::string& json) override;
-  void onBufferOverflow(const std::string& json) override;
+  void onFrameSizeChanged(std::string json) override;
+  void onBufferOverflow(std::string json) override;
 
   void add(const char* name, kavrin::ArgumentHandler handler);
   void add(const char* name, kavrin::JsonHandler handler);
