@@ -53,7 +53,7 @@ function sanitizerEnvironment(reportBase) {
     return {
       LD_PRELOAD: runtime('tsan'),
       TSAN_OPTIONS: `${suppressions('tsan.supp')}:exitcode=99:ignore_noninstrumented_modules=1:` +
-        `report_signal_unsafe=0:${log}`,
+        `report_signal_unsafe=0:report_thread_leaks=0:${log}`,
     };
   }
   return {};
