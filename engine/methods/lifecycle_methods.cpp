@@ -109,7 +109,10 @@ struct LoginCompletion {
   void takeOver(std::int32_t code) const {
     const RunDown::Pass enginePass(*engineCalls);
     if (!enginePass) return;
-    if (code == 0) engine->EnableExternalRender(true);
+    guarded(*facade, kTag<"Init">.text, [&] {
+      if (code == 0) engine->EnableExternalRender(true);
+      return Variant();
+    });
     facade->setUserId(puid);
     facade->frameStore().setExemptUser(puid);
   }
