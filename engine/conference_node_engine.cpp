@@ -148,12 +148,12 @@ void KavrinNodeConferenceEngine::setUserId(const std::string& puid) {
   puid_ = puid;
 }
 
-void KavrinNodeConferenceEngine::onFrameSizeChanged(const std::string& json) {
-  emitter_.emit("onFrameSizeChanged", json);
+void KavrinNodeConferenceEngine::onFrameSizeChanged(std::string json) {
+  emitter_.emit("onFrameSizeChanged", std::move(json));
 }
 
-void KavrinNodeConferenceEngine::onBufferOverflow(const std::string& json) {
-  emitter_.emit("onBufferOverflow", json);
+void KavrinNodeConferenceEngine::onBufferOverflow(std::string json) {
+  emitter_.emit("onBufferOverflow", std::move(json));
 }
 
 namespace kavrin {
