@@ -10,7 +10,9 @@ export const workspace =
   !isMainThread && inherited ? inherited : fs.mkdtempSync(path.join(os.tmpdir(), 'kavrin-'));
 
 export const homeDir = path.join(workspace, 'home');
-export const documentsDir = path.join(homeDir, 'Documents');
+// On Windows the user's own: a process cannot ask the shell for another one.
+export const documentsDir =
+  path.join(process.platform === 'win32' ? os.homedir() : homeDir, 'Documents');
 
 if (isMainThread) {
   fs.mkdirSync(documentsDir, { recursive: true });
