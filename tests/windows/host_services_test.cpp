@@ -119,6 +119,56 @@ TEST(Folders, TheUsersLogFolderIsNamedByTagAndUser) {
   EXPECT_TRUE(fs::is_directory(temporary.text() + "\\tag_me"));
 }
 
+// KAVRIN_CODE_PAGE gives the code page where the test's process has been given one.
+class CodePage : public testing::Test {
+ protected:
+  void SetUp() override {
+    const char* expected = std::getenv("KAVRIN_CODE_PAGE");
+    if (expected == nullptr) GTEST_SKIP() << "runs again with each code page";
+    ASSERT_EQ(std::to_string(GetACP()), expected);
+  }
+  static bool isChinese() { return GetACP() == 936; }
+};
+
+constexpr char kMeetingUtf8[] = "\xE4\xBC\x9A\xE8\xAE\xAE";
+constexpr char kMeetingChinese[] = "\xBB\xE1\xD2\xE9";
+
+TEST_F(CodePage, ConvertsOnlyToTheChineseOne) {
+  EXPECT_EQ(toLocalCodePage(kMeetingUtf8), isChinese() ? kMeetingChinese : kMeetingUtf8);
+}
+
+TEST_F(CodePage, LeavesAsciiAlone) {
+  const std::string path = "C:\\Users\\me\\logs";
+  EXPECT_EQ(toLocalCodePage(path), path);
+  EXPECT_EQ(toLocalCodePage(""), "");
+}
+
+TEST_F(CodePage, ConvertsLongTextsWhole) {
+  std::string utf8;
+  std::string chinese;
+  for (int i = 0; i < 5000; ++i) {
+    utf8 += kMeetingUtf8;
+    chinese += kMeetingChinese;
+  }
+  EXPECT_EQ(toLocalCodePage(utf8), isChinese() ? chinese : utf8);
+}
+
+TEST_F(CodePage, WhatIsNoUtf8EndsNothing) {
+  for (const char* text : {"\xFF\xFE", "\xE4\xBC", "a\x80z"}) {
+    const std::string converted = toLocalCodePage(text);
+    if (!isChinese()) {
+      EXPECT_EQ(converted, text);
+    }
+  }
+}
+
+TEST_F(CodePage, AConvertedPathNamesTheFolder) {
+  const TemporaryFolder temporary;
+  createFolder(temporary.text() + "\\" + toLocalCodePage(kMeetingUtf8));
+  const fs::path wide = fs::path(temporary.text()) / L"\u4f1a\u8bae";
+  EXPECT_EQ(fs::exists(wide), isChinese());
+}
+
 TEST(Thread, TheNumberIsTheSystems) { EXPECT_EQ(currentThreadId(), GetCurrentThreadId()); }
 
 TEST(Time, IsLocalAndCurrent) {
