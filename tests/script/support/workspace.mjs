@@ -15,7 +15,7 @@ export const documentsDir =
   path.join(process.platform === 'win32' ? os.homedir() : homeDir, 'Documents');
 
 if (isMainThread) {
-  fs.mkdirSync(documentsDir, { recursive: true });
+  for (const folder of [homeDir, documentsDir]) fs.mkdirSync(folder, { recursive: true });
   Object.assign(process.env, {
     HOME: homeDir,
     XDG_CONFIG_HOME: path.join(homeDir, '.config'),

@@ -13,8 +13,7 @@ test('a renamed host can load and use the module', async () => {
   const { report } = await runChildWell(`
     const session = await new Session().login();
     const folder = session.json('GetLogPath');
-    session.on('noEvent', () => {});
-    engine.fire('OnNetworkQuality', ['other', 3, 4], { room });
+    engine.fire('OnVideoDeviceStateChange', [1]);
     const events = await session.eventsWhen(1);
     session.destroy();
     report({ host: path.basename(process.execPath), functions: Object.keys(addon).length, folder, events });
