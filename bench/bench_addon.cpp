@@ -218,6 +218,18 @@ napi_value floorEvents(napi_env env, napi_callback_info info) {
 
 // --- Posts --------------------------------------------------------------------------------------
 
+// fireSizeChanges(count): pictures of turning sizes, each of which the module posts to a listener.
+napi_value fireSizeChanges(napi_env env, napi_callback_info info) {
+  static const ConfRoom room{"room", "local"};
+  static const unsigned char pixels[4 * 4 * 3 / 2] = {};
+  const std::int32_t count = Arguments(env, info).number(env, 0);
+  for (std::int32_t i = 0; i < count; ++i) {
+    const auto side = static_cast<std::uint16_t>(i % 2 == 0 ? 2 : 4);
+    kavrin::bench::newestSink()->OnRoomMemberVideoFrame(room, "user0", {side, side, 0, pixels});
+  }
+  return nullptr;
+}
+
 void floorDeliver(napi_env env, napi_value callback, void*, void* data) {
   const std::unique_ptr<std::string> payload(static_cast<std::string*>(data));
   if (env == nullptr) return;
@@ -239,8 +251,7 @@ napi_value floorPosts(napi_env env, napi_callback_info info) {
   napi_threadsafe_function post = nullptr;
   napi_create_threadsafe_function(env, arguments.values[1], nullptr, makeText(env, "floor"), 0, 1,
                                   nullptr, nullptr, nullptr, floorDeliver, &post);
-  constexpr const char* kPayload =
-      R"({"needSize":1382400,"curSize":16,"width":1280,"height":720,"uid":"user0","type":0})";
+  constexpr const char* kPayload = R"({"uid":"user0","type":0,"width":4,"height":4,"needSize":24})";
   for (int i = 0; i < arguments.number(env, 0); ++i) {
     napi_call_threadsafe_function(post, new std::string(kPayload), napi_tsfn_nonblocking);
   }
@@ -267,6 +278,7 @@ extern "C" NAPI_MODULE_EXPORT napi_value napi_register_module_v1(napi_env env, n
   define(env, exports, "openFloorLog", openFloorLog);
   define(env, exports, "fireEvents", fireEvents);
   define(env, exports, "floorEvents", floorEvents);
+  define(env, exports, "fireSizeChanges", fireSizeChanges);
   define(env, exports, "floorPosts", floorPosts);
   return exports;
 }

@@ -14,24 +14,35 @@ function median(values) {
   return sorted.length % 2 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
 }
 
-/** Runs both sides in turn; `reset` tidies up untimed after each. */
-export function compare({ name, limit, count, ours, floor, rounds = 9, reset = () => {} }) {
-  const ratios = [];
-  const times = { ours: [], floor: [] };
+function summary({ name, limit }, turns) {
+  const ratios = turns.map(({ ours, floor }) => ours / floor);
+  return {
+    name, limit, ratio: median(ratios), low: Math.min(...ratios), high: Math.max(...ratios),
+    oursNs: median(turns.map(({ ours }) => ours)), floorNs: median(turns.map(({ floor }) => floor)),
+    rounds: turns.length,
+  };
+}
+
+/** Runs both sides in turn, `count` operations each; `reset` tidies up untimed after each. */
+export function compare({ count, ours, floor, rounds = 9, reset = () => {}, ...row }) {
+  const turns = [];
   for (let round = -1; round < rounds; round++) {
-    const oursFirst = round % 2 === 0;
     const turn = {};
-    for (const side of oursFirst ? ['ours', 'floor'] : ['floor', 'ours']) {
+    for (const side of round % 2 === 0 ? ['ours', 'floor'] : ['floor', 'ours']) {
       turn[side] = time(side === 'ours' ? ours : floor, count);
       reset();
     }
-    if (round < 0) continue; // warms caches and compilers up
-    times.ours.push(turn.ours);
-    times.floor.push(turn.floor);
-    ratios.push(turn.ours / turn.floor);
+    if (round >= 0) turns.push(turn); // the first turn warms caches and compilers up
   }
-  return {
-    name, limit, ratio: median(ratios), low: Math.min(...ratios), high: Math.max(...ratios),
-    oursNs: median(times.ours), floorNs: median(times.floor), rounds,
-  };
+  return summary(row, turns);
+}
+
+/** The same for sides that measure themselves and resolve with nanoseconds per operation. */
+export async function compareAsync({ ours, floor, rounds = 9, ...row }) {
+  const turns = [];
+  for (let round = -1; round < rounds; round++) {
+    const turn = { floor: await floor(), ours: await ours() };
+    if (round >= 0) turns.push(turn);
+  }
+  return summary(row, turns);
 }

@@ -5,7 +5,7 @@ import os from 'node:os';
 import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 
-import { compare } from './measure.mjs';
+import { compare, compareAsync } from './measure.mjs';
 
 const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '..');
 const folder = path.join(root, 'build', 'release', 'bench_dist');
@@ -94,39 +94,21 @@ function pollRow(count) {
 }
 
 // A post is done when script's callback has run, so this row turns the event loop.
-async function postRow(inFlight, rounds = 9) {
-  bindStreams(64, 64, 1);
-  const small = Buffer.alloc(16);
-  module.execFun(handle, 'BindingVideoFrame', ['user0', 0, small]);
-  addon.deliver(0);
-  const text = JSON.stringify({ uid: 'user0', videoSourceType: 0, forceGetFrame: true });
+async function postRow(inFlight) {
   const timed = (begin) => new Promise((resolve) => {
     let left = inFlight;
-    let start = 0n;
-    const done = () => { if (--left === 0) resolve(Number(process.hrtime.bigint() - start) / inFlight); };
-    start = process.hrtime.bigint();
-    begin(done);
+    const start = process.hrtime.bigint();
+    begin(() => { if (--left === 0) resolve(Number(process.hrtime.bigint() - start) / inFlight); });
   });
-  const ours = () => timed((done) => {
-    module.on(handle, 'onBufferOverflow', done, null);
-    for (let i = 0; i < inFlight; i++) module.execJsonParamFun(handle, 'GetVideoFrame', text);
-  }).finally(() => module.off(handle, 'onBufferOverflow'));
-  const fetchOnly = () => timed((done) => {
-    for (let i = 0; i < inFlight; i++) { addon.floorCall(handle, 'GetVideoFrame', text); }
-    addon.floorPosts(inFlight, done);
-  });
-  const pairs = [];
-  for (let round = -1; round < rounds; round++) {
-    const floorNs = await fetchOnly();
-    const oursNs = await ours();
-    if (round >= 0) pairs.push({ oursNs, floorNs, ratio: oursNs / floorNs });
-  }
-  const middle = (key) => pairs.map((pair) => pair[key]).sort((a, b) => a - b)[rounds >> 1];
-  const ratios = pairs.map(({ ratio }) => ratio);
-  rows.push({
-    name: `post to callback, ${inFlight} in flight`, limit: 1.2, ratio: middle('ratio'), low: Math.min(...ratios),
-    high: Math.max(...ratios), oursNs: middle('oursNs'), floorNs: middle('floorNs'), rounds,
-  });
+  addon.announce(0);
+  let listener = null;
+  module.on(handle, 'onFrameSizeChanged', () => listener(), {});
+  rows.push(await compareAsync({
+    name: `post to callback, ${inFlight} in flight`, limit: 1.2,
+    ours: () => timed((done) => { listener = done; addon.fireSizeChanges(inFlight); }),
+    floor: () => timed((done) => addon.floorPosts(inFlight, done)),
+  }));
+  module.off(handle, 'onFrameSizeChanged');
 }
 
 initialise('/nonexistent');

@@ -18,7 +18,11 @@ class EngineSession {
   EngineSession(KavrinConferenceEngine& engine, std::shared_ptr<RunDown> calls)
       : engine_(engine), calls_(std::move(calls)) {}
   ~EngineSession() {
-    unInit();
+    try {
+      unInit();
+    } catch (...) {
+      // The engine is given back all the same; there is nobody left to tell.
+    }
     calls_->close();
     KavrinConferenceEngine::DestroyConfEngine(&engine_);
   }

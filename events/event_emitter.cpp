@@ -26,7 +26,6 @@ struct EventEmitter::DispatchMessage {
   bool isEvent = false;
   bool isApiCallback = false;
   std::int32_t code = -1;
-  std::string name;
   std::string payload;
   RecordPtr record;
 };
@@ -283,31 +282,29 @@ void EventEmitter::unregister(const std::string& name) {
   if (record->contextRef != nullptr) leftovers_.push_back(std::move(record));
 }
 
-bool EventEmitter::post(std::unique_ptr<DispatchMessage> message, const char* failureText,
-                        const char* unknownText) {
+void EventEmitter::post(const std::string& name, std::unique_ptr<DispatchMessage> message,
+                        const char* failureText, const char* unknownText) {
   MutexLock lock(mutex_);
-  const auto found = listeners_.find(message->name);
+  const auto found = listeners_.find(name);
   if (found == listeners_.end()) {
-    logSink_.LogI(unknownText + message->name);
-    return false;
+    logSink_.LogI(unknownText + name);
+    return;
   }
   message->record = found->second;
   const napi_status status =
       napi_call_threadsafe_function(found->second->tsfn, message.get(), napi_tsfn_nonblocking);
-  if (status != napi_ok) {
-    logSink_.LogE(failureText + message->name);
-    return false;
+  if (status == napi_ok) {
+    static_cast<void>(message.release());  // delivery frees it
+  } else {
+    logSink_.LogE(failureText + name);
   }
-  static_cast<void>(message.release());  // delivery frees it
-  return true;
 }
 
-void EventEmitter::emit(const std::string& name, const std::string& jsonPayload) {
+void EventEmitter::emit(const std::string& name, std::string jsonPayload) {
   auto message = std::make_unique<DispatchMessage>();
   message->isEvent = true;
-  message->name = name;
-  message->payload = jsonPayload;
-  post(std::move(message),
+  message->payload = std::move(jsonPayload);
+  post(name, std::move(message),
        "Failed to call threadsafe function for event: ", "Emit event: not find event: ");
 }
 
@@ -316,13 +313,12 @@ void EventEmitter::emitApiCallback(const std::string& name, std::int32_t code) {
 }
 
 void EventEmitter::emitApiCallback(const std::string& name, std::int32_t code,
-                                   const std::string& payload) {
+                                   std::string payload) {
   auto message = std::make_unique<DispatchMessage>();
   message->isApiCallback = true;
   message->code = code;
-  message->name = name;
-  message->payload = payload;
-  post(std::move(message),
+  message->payload = std::move(payload);
+  post(name, std::move(message),
        "Failed to call threadsafe function for API event: ", "EmitApiCallback: not find event: ");
 }
 

@@ -1,5 +1,5 @@
 // One member of the conference: an engine handle and the eight functions that work on it.
-import { EventEmitter, once } from 'node:events';
+import { EventEmitter } from 'node:events';
 
 const pollIntervalMs = 20;
 
@@ -40,14 +40,22 @@ export class Participant extends EventEmitter {
   }
 
   /** Resolves with the values of the next event of that name that `accepts` them. */
-  async next(event, accepts = () => true, timeoutMs = 10_000) {
-    const signal = AbortSignal.timeout(timeoutMs);
-    for (;;) {
-      const values = await once(this, event, { signal }).catch(() => {
-        throw new Error(`${this.name}: no ${event} within ${timeoutMs / 1000} seconds`);
-      });
-      if (accepts(...values)) return values;
-    }
+  next(event, accepts = () => true, timeoutMs = 10_000) {
+    return new Promise((resolve, reject) => {
+      // One poll may emit many events before a promise is continued, so the listener stays until
+      // the right one has come.
+      const listener = (...values) => {
+        if (accepts(...values)) settle(() => resolve(values));
+      };
+      const settle = (outcome) => {
+        clearTimeout(timer);
+        this.off(event, listener);
+        outcome();
+      };
+      const late = new Error(`${this.name}: no ${event} within ${timeoutMs / 1000} seconds`);
+      const timer = setTimeout(() => settle(() => reject(late)), timeoutMs);
+      this.on(event, listener);
+    });
   }
 
   poll() {
