@@ -175,11 +175,11 @@ test('after an Init that failed, the process can end', async () => {
 
 test('a callback that is no function is refused with a text', async t => {
   const session = await loggedIn(t);
+  engine.setPlan('Init', { mode: 'hold' });
   for (const callback of [undefined, null, 5, 'f', {}]) {
     assert.throws(() => session.async_('Init', {}, callback),
       { name: 'Error', message: 'Failed to create threadsafe function' });
   }
-  engine.join();
   assert.ok(log.has('ERROR', `${tag}LogE`, 'Failed to create threadsafe function'));
 });
 
