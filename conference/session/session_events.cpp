@@ -96,7 +96,7 @@ void Session::on(Stay stay, const home_event::Joined& event) {
   {
     MutexLock lock(mutex_);
     room = roomOf(stay);
-    view_.begin(stay, room.m_roomId, userId_);
+    view_.begin(stay, room.m_roomId);
     view_.setRoomMuted(event.roomMuted);
     for (const MemberRecord& member : event.roster) {
       if (member.userId == userId_) view_.apply({RosterStep::Kind::kJoined, member});
