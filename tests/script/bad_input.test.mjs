@@ -121,29 +121,32 @@ test('a buffer whose memory was taken away gives -4', async t => {
   assert.deepEqual(again, pictureBytes({ width: 4, height: 2 }));
 });
 
-test('a buffer whose memory was resized counts with its current length', async () => {
-  const { report } = await runChildWell(`
-    const session = await new Session().login();
-    const memory = new ArrayBuffer(64, { maxByteLength: 128 });
-    const view = new Uint8Array(memory);
-    const sizes = [];
-    session.on('onBufferOverflow', payload => sizes.push(payload.curSize), {});
-    session.call('BindingVideoFrame', 'me', 0, view);
-    engine.fireFrame('me', { width: 4, height: 2, streamType: 0 });
-    const fetch = () => JSON.parse(session.json('GetVideoFrame', { uid: 'me', forceGetFrame: true }));
-    const rets = [fetch().ret];
-    memory.resize(5);
-    rets.push(fetch().ret);
-    memory.resize(12);
-    rets.push(fetch().ret);
-    memory.resize(128);
-    rets.push(fetch().ret);
-    await until(() => sizes.length);
-    session.destroy();
-    report({ rets, sizes });
-  `, { flags: process.version.startsWith('v18.') ? ['--harmony-rab-gsab'] : [] });
-  assert.deepEqual(report, { rets: [0, -3, 0, 0], sizes: [5] });
-});
+const resizable = 'resize' in ArrayBuffer.prototype ? false : 'this Node has no resizable buffers';
+
+test('a buffer whose memory was resized counts with its current length', { skip: resizable },
+  async () => {
+    const { report } = await runChildWell(`
+      const session = await new Session().login();
+      const memory = new ArrayBuffer(64, { maxByteLength: 128 });
+      const view = new Uint8Array(memory);
+      const sizes = [];
+      session.on('onBufferOverflow', payload => sizes.push(payload.curSize), {});
+      session.call('BindingVideoFrame', 'me', 0, view);
+      engine.fireFrame('me', { width: 4, height: 2, streamType: 0 });
+      const fetch = () => JSON.parse(session.json('GetVideoFrame', { uid: 'me', forceGetFrame: true }));
+      const rets = [fetch().ret];
+      memory.resize(5);
+      rets.push(fetch().ret);
+      memory.resize(12);
+      rets.push(fetch().ret);
+      memory.resize(128);
+      rets.push(fetch().ret);
+      await until(() => sizes.length);
+      session.destroy();
+      report({ rets, sizes });
+    `);
+    assert.deepEqual(report, { rets: [0, -3, 0, 0], sizes: [5] });
+  });
 
 test('a buffer on shared memory is filled', async t => {
   const session = await loggedIn(t);
