@@ -26,7 +26,7 @@ for (const [what, make] of Object.entries(texts)) {
       const session = await new Session().login({ logPath: '/nonexistent' });
       const make = ${make};
       const result = session.json('KickOut', make('userId'));
-      const other = session.async_('AsyncSendCustomMessage', make('msg'), () => {});
+      const other = session.withCallback('AsyncSendCustomMessage', make('msg'), () => {});
       engine.join();
       const handled = session.json('StopPreview');
       session.destroy();
@@ -42,7 +42,7 @@ test('names of 1 MB and names with NUL, newline and "%" are not found', async t 
   for (const name of ['n'.repeat(1e6), '\0Init', 'a\nb', '%s%s%n', '\ud800', '../../x']) {
     assert.equal(session.call(name), -1);
     assert.equal(session.json(name, '{}'), -1);
-    assert.equal(session.async_(name, '{}', () => {}), -1);
+    assert.equal(session.withCallback(name, '{}', () => {}), -1);
   }
 });
 
@@ -260,7 +260,7 @@ for (const [what, end] of Object.entries(endings)) {
     session.on('onFrameSizeChanged', () => { ran++; end(session); }, {});
     engine.fireFrame('me', { width: 6, height: 6, streamType: 0 }, { room });
     engine.fireFrame('me', { width: 8, height: 6, streamType: 0 }, { room });
-    session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => { ran++; end(session); });
+    session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => { ran++; end(session); });
     engine.join();
     await settle(20);
     assert.ok(ran >= 1);
