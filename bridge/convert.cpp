@@ -127,7 +127,17 @@ std::string errorText(napi_env env, const char* message) {
 }
 
 std::optional<std::string> readText(napi_env env, napi_value value) {
+  // Most texts are names and short parameters: one call into a buffer on the stack reads them. A
+  // text that may have been cut short (characters have up to four bytes) is measured and read anew.
+  constexpr std::size_t kLongestCharacter = 4;
+  char shortText[256];
   std::size_t length = 0;
+  if (napi_get_value_string_utf8(env, value, shortText, sizeof shortText, &length) != napi_ok) {
+    return std::nullopt;
+  }
+  if (length + kLongestCharacter < sizeof shortText) {
+    return std::string(shortText, strnlen(shortText, length));
+  }
   if (napi_get_value_string_utf8(env, value, nullptr, 0, &length) != napi_ok) return std::nullopt;
   std::string text(length + 1, '\0');
   if (napi_get_value_string_utf8(env, value, text.data(), text.size(), nullptr) != napi_ok) {

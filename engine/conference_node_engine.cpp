@@ -101,7 +101,7 @@ Variant KavrinNodeConferenceEngine::runJsonParamFunction(napi_env env, const std
   }
   const JsonMethod method = found->second;
   Variant result = method(env, json);
-  if (traced) {
+  if (traced && logger_.isOpen()) {
     logger_.write(kavrin::kLogInfo, __LINE__, kTag, "call node api: %s ret: %s", name.c_str(),
                   result.toString().c_str());
   }
@@ -148,12 +148,12 @@ void KavrinNodeConferenceEngine::setUserId(const std::string& puid) {
   puid_ = puid;
 }
 
-void KavrinNodeConferenceEngine::onFrameSizeChanged(const std::string& json) {
-  emitter_.emit("onFrameSizeChanged", json);
+void KavrinNodeConferenceEngine::onFrameSizeChanged(std::string json) {
+  emitter_.emit("onFrameSizeChanged", std::move(json));
 }
 
-void KavrinNodeConferenceEngine::onBufferOverflow(const std::string& json) {
-  emitter_.emit("onBufferOverflow", json);
+void KavrinNodeConferenceEngine::onBufferOverflow(std::string json) {
+  emitter_.emit("onBufferOverflow", std::move(json));
 }
 
 namespace kavrin {

@@ -18,15 +18,16 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "bridge/node_api.h"
 #include "bridge/variant.h"
 #include "engine/engine_interface.h"
 #include "engine/engine_session.h"
+#include "engine/frame_request_cache.h"
 #include "engine/method_table.h"
 #include "events/engine_event_sink.h"
 #include "events/event_emitter.h"
@@ -53,6 +54,7 @@ class KavrinNodeConferenceEngine final : public kavrin::LogSink, private kavrin:
     std::string rootHost;
     std::string logPath;  // in the system's code page
     std::string roomId;
+    kavrin::FrameRequestCache frameRequests;
   };
 
   // The hook is borrowed and must outlive the facade.
@@ -104,8 +106,8 @@ class KavrinNodeConferenceEngine final : public kavrin::LogSink, private kavrin:
   using JsonMethod = std::function<Variant(napi_env, const std::string&)>;
   using JsonCallbackMethod = std::function<Variant(napi_env, const std::string&, napi_value)>;
 
-  void onFrameSizeChanged(const std::string& json) override;
-  void onBufferOverflow(const std::string& json) override;
+  void onFrameSizeChanged(std::string json) override;
+  void onBufferOverflow(std::string json) override;
 
   void add(const char* name, kavrin::ArgumentHandler handler);
   void add(const char* name, kavrin::JsonHandler handler);
@@ -115,9 +117,12 @@ class KavrinNodeConferenceEngine final : public kavrin::LogSink, private kavrin:
   kavrin::EventEmitter emitter_;
   kavrin::VideoFrameStore frameStore_;
   kavrin::EventQueue pendingEvents_;
-  std::map<std::string, Method> methods_;
-  std::map<std::string, JsonMethod> jsonMethods_;
-  std::map<std::string, JsonCallbackMethod> jsonCallbackMethods_;
+  template <typename Callable>
+  using Registry = std::unordered_map<std::string, Callable>;
+
+  Registry<Method> methods_;
+  Registry<JsonMethod> jsonMethods_;
+  Registry<JsonCallbackMethod> jsonCallbackMethods_;
   const std::shared_ptr<kavrin::RunDown> completions_;
   kavrin::Mutex puidMutex_;
   std::string puid_ KAVRIN_GUARDED_BY(puidMutex_);

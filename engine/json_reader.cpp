@@ -3,6 +3,7 @@
 #include <rapidjson/error/en.h>
 
 #include <algorithm>
+#include <cstring>
 #include <stdexcept>
 
 namespace kavrin {
@@ -10,9 +11,11 @@ namespace {
 
 constexpr std::size_t kErrorExcerpt = 32;  // bytes of the text that an error message quotes
 
-// The iterative parser reads what the default one reads, but keeps its stack on the heap: a text
-// with a million open brackets must not end the process.
-constexpr unsigned kParseFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag;
+// A short text is read by the default parser, which recurses: its depth is bounded by its length.
+// Any other text is read by the iterative one, which accepts the same but keeps its stack on the
+// heap: a million open brackets must not end the process.
+constexpr unsigned kShortFlags = rapidjson::kParseInsituFlag;
+constexpr unsigned kLongFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag;
 
 // Each byte of the signature is skipped on its own, so a partial one is skipped as well.
 std::size_t signatureLength(const std::string& json) {
@@ -25,19 +28,18 @@ std::size_t signatureLength(const std::string& json) {
 
 // The iterative parser calls a text empty that begins with a stray bracket, comma or colon; the
 // default one calls it an invalid value, and so do the texts that script and support know.
-rapidjson::ParseErrorCode errorCode(const rapidjson::Document& document, bool textIsLeft) {
-  const rapidjson::ParseErrorCode code = document.GetParseError();
+rapidjson::ParseErrorCode errorCode(rapidjson::ParseErrorCode code, bool textIsLeft) {
   return code == rapidjson::kParseErrorDocumentEmpty && textIsLeft
              ? rapidjson::kParseErrorValueInvalid
              : code;
 }
 
-std::string parseErrorText(const rapidjson::Document& document, const std::string& json,
-                           std::size_t start) {
-  // The text ends at its first NUL, for the parser as for this message.
-  const std::string rest = json.c_str() + std::min(start + document.GetErrorOffset(), json.size());
+// `offset` counts from the beginning of `json`, whose first NUL ends the text.
+std::string parseErrorText(rapidjson::ParseErrorCode code, const std::string& json,
+                           std::size_t offset) {
+  const std::string rest = json.c_str() + std::min(offset, json.size());
   return std::string("Parse json fail. err=") +
-         rapidjson::GetParseError_En(errorCode(document, !rest.empty())) +
+         rapidjson::GetParseError_En(errorCode(code, !rest.empty())) +
          ". offset=" + rest.substr(0, kErrorExcerpt);
 }
 
@@ -51,9 +53,28 @@ std::int32_t lowBits(const rapidjson::Value& value) {
 
 JsonText::JsonText(const std::string& json) {
   const std::size_t start = signatureLength(json);
-  buffer_.assign(json.c_str() + start, json.c_str() + json.size() + 1);
-  document_.ParseInsitu<kParseFlags>(buffer_.data());
-  if (document_.HasParseError()) throw std::runtime_error(parseErrorText(document_, json, start));
+  const std::size_t size = json.size() + 1 - start;  // with the final NUL
+  if (size <= shortCopy_.size()) {
+    std::memcpy(shortCopy_.data(), json.c_str() + start, size);
+    valuePool_.emplace(valueMemory_.data(), valueMemory_.size());
+    stackPool_.emplace(stackMemory_.data(), stackMemory_.size());
+    shortDocument_.emplace(&*valuePool_, kInlinePool / 2, &*stackPool_);
+    parse<kShortFlags>(*shortDocument_, shortCopy_.data(), json, start);
+  } else {
+    longCopy_.assign(json.c_str() + start, json.c_str() + start + size);
+    longDocument_.emplace();
+    parse<kLongFlags>(*longDocument_, longCopy_.data(), json, start);
+  }
+}
+
+template <unsigned Flags, typename Document>
+void JsonText::parse(Document& document, char* copy, const std::string& json, std::size_t start) {
+  document.template ParseInsitu<Flags>(copy);
+  if (document.HasParseError()) {
+    throw std::runtime_error(
+        parseErrorText(document.GetParseError(), json, start + document.GetErrorOffset()));
+  }
+  root_ = &document;
 }
 
 const rapidjson::Value* JsonCursor::find(const char* key, Options options) const {

@@ -27,8 +27,10 @@
 
 #include <rapidjson/document.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -37,16 +39,37 @@ namespace kavrin {
 
 using IntegerList = std::vector<std::int32_t>;
 
-// A parsed text. In-situ parsing makes the document point into the buffer, so both live together.
+// A parsed text. In-situ parsing makes the values point into the text's copy, so both live
+// together; a short text and its values need no allocation.
 class JsonText {
  public:
   // Parses `json`; a leading byte-order mark, also an incomplete one, is skipped.
   explicit JsonText(const std::string& json);
-  const rapidjson::Value& root() const { return document_; }
+  JsonText(const JsonText&) = delete;
+  JsonText& operator=(const JsonText&) = delete;
+
+  const rapidjson::Value& root() const { return *root_; }
 
  private:
-  std::vector<char> buffer_;
-  rapidjson::Document document_;
+  using Pool = rapidjson::MemoryPoolAllocator<>;
+  using ShortDocument = rapidjson::GenericDocument<rapidjson::UTF8<>, Pool, Pool>;
+
+  static constexpr std::size_t kShortText = 512;  // bytes
+  static constexpr std::size_t kInlinePool = 1024;
+
+  template <unsigned Flags, typename Document>
+  void parse(Document& document, char* copy, const std::string& json, std::size_t start);
+
+  // The memory comes first: pools and documents are destroyed before it.
+  std::array<char, kShortText + 1> shortCopy_;
+  alignas(std::max_align_t) std::array<char, kInlinePool> valueMemory_;
+  alignas(std::max_align_t) std::array<char, kInlinePool> stackMemory_;
+  std::vector<char> longCopy_;
+  std::optional<Pool> valuePool_;
+  std::optional<Pool> stackPool_;
+  std::optional<ShortDocument> shortDocument_;
+  std::optional<rapidjson::Document> longDocument_;
+  const rapidjson::Value* root_ = nullptr;
 };
 
 // A value and where it stands in the text; the path is used in error texts only.

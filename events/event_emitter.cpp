@@ -17,6 +17,7 @@ struct EventEmitter::ListenerRecord {
   napi_threadsafe_function tsfn = nullptr;
   napi_env env = nullptr;
   napi_ref contextRef = nullptr;  // empty for completions; script thread only
+  bool contextBoxed = false;      // the reference is to an array that holds the context
   bool dropped = false;           // a listener that was removed; script thread only
   std::shared_ptr<DeliveryGate> gate;
 };
@@ -25,7 +26,6 @@ struct EventEmitter::DispatchMessage {
   bool isEvent = false;
   bool isApiCallback = false;
   std::int32_t code = -1;
-  std::string name;
   std::string payload;
   RecordPtr record;
 };
@@ -55,10 +55,15 @@ class EventEmitter::Delivery {
     }
     // The parse may have run script, which may have removed this listener.
     if (message_.record->dropped) return;
-    const napi_status held =
-        napi_get_reference_value(env_, message_.record->contextRef, &arguments[1]);
-    if (!succeeded(held, "Failed to get context_ref")) return;
+    if (!succeeded(readContext(arguments[1]), "Failed to get context_ref")) return;
     call(2, arguments);
+  }
+
+  napi_status readContext(napi_value& context) {
+    const ListenerRecord& record = *message_.record;
+    const napi_status held = napi_get_reference_value(env_, record.contextRef, &context);
+    if (held != napi_ok || !record.contextBoxed) return held;
+    return napi_get_element(env_, context, 0, &context);
   }
 
   void deliverCompletion() {
@@ -145,20 +150,17 @@ void EventEmitter::callJs(napi_env env, napi_value jsCallback, void* /*context*/
   Delivery(env, jsCallback, *message).run();
 }
 
-EventEmitter::RecordPtr EventEmitter::createRecord(napi_env env, napi_value callback,
-                                                   const std::string& name,
-                                                   const std::shared_ptr<DeliveryGate>& gate) {
-  auto record = std::make_shared<ListenerRecord>();
-  record->env = env;
-  record->gate = gate;
+bool EventEmitter::createFunction(napi_env env, napi_value callback, const std::string& name,
+                                  ListenerRecord& record) {
+  record.env = env;
+  record.gate = gate_;
   napi_value resourceName = nullptr;
   napi_create_string_utf8(env, name.data(), name.size(), &resourceName);
   constexpr std::size_t kUnboundedQueue = 0;
   constexpr std::size_t kInitialThreads = 1;
-  const napi_status status = napi_create_threadsafe_function(
-      env, callback, nullptr, resourceName, kUnboundedQueue, kInitialThreads, nullptr, nullptr,
-      record.get(), callJs, &record->tsfn);
-  return status == napi_ok ? record : nullptr;
+  return napi_create_threadsafe_function(env, callback, nullptr, resourceName, kUnboundedQueue,
+                                         kInitialThreads, nullptr, nullptr, &record, callJs,
+                                         &record.tsfn) == napi_ok;
 }
 
 void EventEmitter::release(ListenerRecord& record) {
@@ -180,21 +182,32 @@ napi_value EventEmitter::throwLogged(napi_env env, const char* message) {
   return nullptr;
 }
 
+// Node-API holds references to objects and functions only, so any other context goes into a box.
+napi_status EventEmitter::holdContext(napi_env env, napi_value context, ListenerRecord& record) {
+  napi_valuetype type = napi_undefined;
+  napi_status status = napi_typeof(env, context, &type);
+  if (status != napi_ok) return status;
+  record.contextBoxed = type != napi_object && type != napi_function;
+  if (!record.contextBoxed) return napi_create_reference(env, context, 1, &record.contextRef);
+  napi_value box = nullptr;
+  status = napi_create_array_with_length(env, 1, &box);
+  if (status == napi_ok) status = napi_set_element(env, box, 0, context);
+  return status == napi_ok ? napi_create_reference(env, box, 1, &record.contextRef) : status;
+}
+
 napi_value EventEmitter::on(napi_env env, std::size_t argc, const napi_value* argv) {
   if (argc < 3) return throwLogged(env, "Invalid arguments to on()");
   const std::string name = node_napi::readText(env, argv[0]).value_or("");
   if (name.empty()) return throwLogged(env, "Invalid event name");
-  napi_ref contextRef = nullptr;
-  if (napi_create_reference(env, argv[2], 1, &contextRef) != napi_ok) {
+  auto record = std::make_shared<ListenerRecord>();
+  if (holdContext(env, argv[2], *record) != napi_ok) {
     napi_throw_error(env, nullptr, "Failed to create reference");
     return nullptr;
   }
-  RecordPtr record = createRecord(env, argv[1], name, gate_);
-  if (record == nullptr) {
-    napi_delete_reference(env, contextRef);
+  if (!createFunction(env, argv[1], name, *record)) {
+    napi_delete_reference(env, record->contextRef);
     return throwLogged(env, "Failed to create threadsafe function");
   }
-  record->contextRef = contextRef;
   store(name, std::move(record));
   environmentHook_.rearm();
   return nullptr;
@@ -235,8 +248,8 @@ napi_value EventEmitter::off(napi_env env, std::size_t argc, const napi_value* a
 
 std::string EventEmitter::registerApiCallback(napi_env env, napi_value callback,
                                               const std::string& name) {
-  RecordPtr record = createRecord(env, callback, name, gate_);
-  if (record == nullptr) {
+  auto record = std::make_shared<ListenerRecord>();
+  if (!createFunction(env, callback, name, *record)) {
     throwLogged(env, "Failed to create threadsafe function");
     return {};
   }
@@ -269,31 +282,29 @@ void EventEmitter::unregister(const std::string& name) {
   if (record->contextRef != nullptr) leftovers_.push_back(std::move(record));
 }
 
-bool EventEmitter::post(std::unique_ptr<DispatchMessage> message, const char* failureText,
-                        const char* unknownText) {
+void EventEmitter::post(const std::string& name, std::unique_ptr<DispatchMessage> message,
+                        const char* failureText, const char* unknownText) {
   MutexLock lock(mutex_);
-  const auto found = listeners_.find(message->name);
+  const auto found = listeners_.find(name);
   if (found == listeners_.end()) {
-    logSink_.LogI(unknownText + message->name);
-    return false;
+    logSink_.LogI(unknownText + name);
+    return;
   }
   message->record = found->second;
   const napi_status status =
       napi_call_threadsafe_function(found->second->tsfn, message.get(), napi_tsfn_nonblocking);
-  if (status != napi_ok) {
-    logSink_.LogE(failureText + message->name);
-    return false;
+  if (status == napi_ok) {
+    static_cast<void>(message.release());  // delivery frees it
+  } else {
+    logSink_.LogE(failureText + name);
   }
-  static_cast<void>(message.release());  // delivery frees it
-  return true;
 }
 
-void EventEmitter::emit(const std::string& name, const std::string& jsonPayload) {
+void EventEmitter::emit(const std::string& name, std::string jsonPayload) {
   auto message = std::make_unique<DispatchMessage>();
   message->isEvent = true;
-  message->name = name;
-  message->payload = jsonPayload;
-  post(std::move(message),
+  message->payload = std::move(jsonPayload);
+  post(name, std::move(message),
        "Failed to call threadsafe function for event: ", "Emit event: not find event: ");
 }
 
@@ -302,13 +313,12 @@ void EventEmitter::emitApiCallback(const std::string& name, std::int32_t code) {
 }
 
 void EventEmitter::emitApiCallback(const std::string& name, std::int32_t code,
-                                   const std::string& payload) {
+                                   std::string payload) {
   auto message = std::make_unique<DispatchMessage>();
   message->isApiCallback = true;
   message->code = code;
-  message->name = name;
-  message->payload = payload;
-  post(std::move(message),
+  message->payload = std::move(payload);
+  post(name, std::move(message),
        "Failed to call threadsafe function for API event: ", "EmitApiCallback: not find event: ");
 }
 

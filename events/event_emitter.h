@@ -78,12 +78,12 @@ class EventEmitter {
   void unregister(const std::string& name);
 
   // Posts JSON text to a listener, which is called with the parsed value and its context.
-  void emit(const std::string& name, const std::string& jsonPayload);
+  void emit(const std::string& name, std::string jsonPayload);
 
   // Posts a result code to a completion callback, which is called with the code alone; the payload
   // is carried along but never handed over.
   void emitApiCallback(const std::string& name, std::int32_t code);
-  void emitApiCallback(const std::string& name, std::int32_t code, const std::string& payload);
+  void emitApiCallback(const std::string& name, std::int32_t code, std::string payload);
 
   // Removes every record, the replaced ones included.
   void releaseAll();
@@ -96,19 +96,20 @@ class EventEmitter {
   using RecordPtr = std::shared_ptr<ListenerRecord>;
 
   static void callJs(napi_env env, napi_value jsCallback, void* context, void* data);
-  static RecordPtr createRecord(napi_env env, napi_value callback, const std::string& name,
-                                const std::shared_ptr<DeliveryGate>& gate);
+  static napi_status holdContext(napi_env env, napi_value context, ListenerRecord& record);
   static void release(ListenerRecord& record);
   static void dropListener(ListenerRecord& record);
 
+  bool createFunction(napi_env env, napi_value callback, const std::string& name,
+                      ListenerRecord& record);
   void store(const std::string& name, RecordPtr record);
   RecordPtr take(const std::string& name) KAVRIN_REQUIRES(mutex_);
   // Wall-clock milliseconds, made strictly increasing so that a burst of registrations need not
   // wait for the clock.
   std::int64_t nextStamp() KAVRIN_REQUIRES(mutex_);
   napi_value throwLogged(napi_env env, const char* message);
-  bool post(std::unique_ptr<DispatchMessage> message, const char* failureText,
-            const char* unknownText);
+  void post(const std::string& name, std::unique_ptr<DispatchMessage> message,
+            const char* failureText, const char* unknownText);
 
   LogSink& logSink_;
   EnvironmentHook& environmentHook_;

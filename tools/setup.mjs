@@ -1,6 +1,6 @@
 // Installs what a fresh Debian machine lacks, or prints the one command that does.
 import { spawnSync } from 'node:child_process';
-import { existsSync } from 'node:fs';
+import { existsSync, readFileSync } from 'node:fs';
 import path from 'node:path';
 import { fileURLToPath } from 'node:url';
 
@@ -46,7 +46,9 @@ function installPackages(wanted) {
 }
 
 function installModules() {
-  if (existsSync(path.join(root, 'node_modules', 'node-api-headers'))) return;
+  const { devDependencies } = JSON.parse(readFileSync(path.join(root, 'package.json'), 'utf8'));
+  const present = (name) => existsSync(path.join(root, 'node_modules', name));
+  if (Object.keys(devDependencies).every(present)) return;
   run('npm', ['ci', '--no-audit', '--no-fund']);
 }
 

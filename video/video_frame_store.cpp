@@ -1,8 +1,5 @@
 #include "video/video_frame_store.h"
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -18,32 +15,35 @@ std::optional<std::int32_t> pictureSize(const VideoFrameStore::VideoFrame& frame
   return static_cast<std::int32_t>(size);
 }
 
-// One flat JSON object, key by key.
-class JsonObject {
+}  // namespace
+
+// One flat JSON object, key by key, in the store's buffer.
+class VideoFrameStore::JsonObject {
  public:
-  JsonObject() : writer_(buffer_) { writer_.StartObject(); }
+  explicit JsonObject(JsonBuffer& json) : json_(json) {
+    json_.text.Clear();
+    json_.writer.Reset(json_.text);
+    json_.writer.StartObject();
+  }
 
   JsonObject& number(const char* key, std::int64_t value) {
-    writer_.Key(key);
-    writer_.Int64(value);
+    json_.writer.Key(key);
+    json_.writer.Int64(value);
     return *this;
   }
   JsonObject& text(const char* key, const std::string& value) {
-    writer_.Key(key);
-    writer_.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
+    json_.writer.Key(key);
+    json_.writer.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
     return *this;
   }
   std::string build() {
-    writer_.EndObject();
-    return {buffer_.GetString(), buffer_.GetSize()};
+    json_.writer.EndObject();
+    return {json_.text.GetString(), json_.text.GetSize()};
   }
 
  private:
-  rapidjson::StringBuffer buffer_;
-  rapidjson::Writer<rapidjson::StringBuffer> writer_;
+  JsonBuffer& json_;
 };
-
-}  // namespace
 
 VideoFrameStore::~VideoFrameStore() {
   MutexLock lock(mutex_);
@@ -96,7 +96,7 @@ void VideoFrameStore::storePicture(Slot& slot, const VideoFrame& frame, std::int
 void VideoFrameStore::notifySize(const std::string& userName, std::uint32_t streamType,
                                  const Slot& slot) {
   if (notifier_ == nullptr) return;
-  notifier_->onFrameSizeChanged(JsonObject()
+  notifier_->onFrameSizeChanged(JsonObject(json_)
                                     .text("uid", userName)
                                     .number("type", streamType)
                                     .number("width", slot.width)
@@ -207,7 +207,7 @@ VideoFrameStore::Fetch VideoFrameStore::get(const std::string& userName, std::in
 void VideoFrameStore::notifyOverflow(const std::string& userName, std::int32_t streamType,
                                      const Slot& slot, std::size_t currentSize) {
   if (notifier_ == nullptr) return;
-  notifier_->onBufferOverflow(JsonObject()
+  notifier_->onBufferOverflow(JsonObject(json_)
                                   .number("needSize", slot.size)
                                   .number("curSize", static_cast<std::int64_t>(currentSize))
                                   .number("width", slot.width)
@@ -217,12 +217,18 @@ void VideoFrameStore::notifyOverflow(const std::string& userName, std::int32_t s
                                   .build());
 }
 
+// Made for every picture that script renders, hence without a JSON writer or printf; most polls
+// find nothing new.
 std::string fetchText(const VideoFrameStore::Fetch& fetch) {
-  return JsonObject()
-      .number("ret", fetch.ret)
-      .number("width", fetch.width)
-      .number("height", fetch.height)
-      .build();
+  if (fetch.ret == VideoFrameStore::kNothingNew) return R"({"ret":1,"width":0,"height":0})";
+  std::string text = R"({"ret":)";
+  text += std::to_string(static_cast<std::int32_t>(fetch.ret));
+  text += R"(,"width":)";
+  text += std::to_string(fetch.width);
+  text += R"(,"height":)";
+  text += std::to_string(fetch.height);
+  text += '}';
+  return text;
 }
 
 }  // namespace kavrin

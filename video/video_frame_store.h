@@ -16,6 +16,9 @@
 // references to script's buffers back and so needs a live script environment.
 #pragma once
 
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -32,9 +35,9 @@ namespace kavrin {
 class FrameNotifier {
  public:
   // {"uid", "type", "width", "height", "needSize"}: the pictures of a stream have a new size.
-  virtual void onFrameSizeChanged(const std::string& json) = 0;
+  virtual void onFrameSizeChanged(std::string json) = 0;
   // {"needSize", "curSize", "width", "height", "uid", "type"}: a bound buffer is too small.
-  virtual void onBufferOverflow(const std::string& json) = 0;
+  virtual void onBufferOverflow(std::string json) = 0;
 
  protected:
   ~FrameNotifier() = default;
@@ -108,6 +111,13 @@ class VideoFrameStore {
     std::size_t length = 0;
   };
 
+  // Where notifications are written; kept so that one costs no allocations but its text.
+  struct JsonBuffer {
+    rapidjson::StringBuffer text;
+    rapidjson::Writer<rapidjson::StringBuffer> writer{text};
+  };
+  class JsonObject;
+
   static std::string frameKey(const std::string& userName, std::int64_t streamType);
   static bool belongsTo(const std::string& key, const std::string& userName);
   static Memory currentMemory(const BoundBuffer& bound);
@@ -126,6 +136,7 @@ class VideoFrameStore {
   std::vector<std::string> announcedKeys_ KAVRIN_GUARDED_BY(mutex_);
   std::string exemptUser_ KAVRIN_GUARDED_BY(mutex_);
   std::unordered_map<std::string, BoundBuffer> boundBuffers_ KAVRIN_GUARDED_BY(mutex_);
+  JsonBuffer json_ KAVRIN_GUARDED_BY(mutex_);
 };
 
 // A fetch as script sees it: {"ret": …, "width": …, "height": …}.

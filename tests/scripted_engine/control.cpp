@@ -1,5 +1,6 @@
 #include "tests/scripted_engine/control.h"
 
+#include <chrono>
 #include <exception>
 #include <latch>
 #include <map>
@@ -161,6 +162,26 @@ void complete(const JsonValue& in, JsonWriter& out) {
   out.Null();
 }
 
+// The first held completion of an operation; null after five seconds without one.
+std::shared_ptr<Completion> awaitHeld(const std::string& operation) {
+  for (int i = 0; i < 5000; ++i) {
+    for (std::shared_ptr<Completion>& completion : scenario().heldCompletions()) {
+      if (completion->operation == operation) return completion;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return nullptr;
+}
+
+void completeSoon(const JsonValue& in, JsonWriter& out) {
+  const auto code = static_cast<std::int32_t>(integerOf(in, "code", 0));
+  scenario().jobs().start([operation = textOf(in, "operation"), code] {
+    const std::shared_ptr<Completion> completion = awaitHeld(operation);
+    if (completion != nullptr) completion->run(code, "");
+  });
+  out.Null();
+}
+
 void join(const JsonValue& /*in*/, JsonWriter& out) {
   scenario().jobs().joinAll();
   out.Null();
@@ -203,6 +224,7 @@ const std::map<std::string, Handler>& commandTable() {
       {"fire", fire},
       {"completions", completions},
       {"complete", complete},
+      {"completeSoon", completeSoon},
       {"join", join},
       {"live", live},
       {"newestEngine", newestEngine},

@@ -1,8 +1,9 @@
 // A Node-API addon that gives tests the scripted engine's control interface, and values that only
 // native code can make: externals that wrap any pointer, and captured C standard output.
 //
-// Exports: command(text), externalAt(bigint), pointerOf(external), captureStdout(path),
-// flushStdout().
+// Exports: command(text), externalAt(bigint), pointerOf(external), apiVersionOf(path),
+// captureStdout(path), flushStdout().
+#include <dlfcn.h>
 #include <node_api.h>
 
 #include <cstdint>
@@ -76,6 +77,21 @@ napi_value pointerOf(napi_env env, napi_callback_info info) {
   return address;
 }
 
+// The Node-API version that the module in a file asks for.
+napi_value apiVersionOf(napi_env env, napi_callback_info info) {
+  std::string path;
+  if (!textFrom(env, argumentOf(env, info), path)) return throwError(env, "a path is needed");
+  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) return throwError(env, "the file cannot be loaded");
+  using GetApiVersion = std::int32_t (*)();
+  const auto getApiVersion =
+      reinterpret_cast<GetApiVersion>(dlsym(library, "node_api_module_get_api_version_v1"));
+  if (getApiVersion == nullptr) return throwError(env, "the file names no version");
+  napi_value version = nullptr;
+  napi_create_int32(env, getApiVersion(), &version);
+  return version;
+}
+
 // Sends what native code prints through C stdio to a file. Script's own output goes past C stdio
 // and stays where it was, so that the test runner's reports are not mixed with log texts.
 napi_value captureStdout(napi_env env, napi_callback_info info) {
@@ -100,6 +116,7 @@ NAPI_MODULE_INIT() {
       {"command", nullptr, command, nullptr, nullptr, nullptr, napi_enumerable, nullptr},
       {"externalAt", nullptr, externalAt, nullptr, nullptr, nullptr, napi_enumerable, nullptr},
       {"pointerOf", nullptr, pointerOf, nullptr, nullptr, nullptr, napi_enumerable, nullptr},
+      {"apiVersionOf", nullptr, apiVersionOf, nullptr, nullptr, nullptr, napi_enumerable, nullptr},
       {"captureStdout", nullptr, captureStdout, nullptr, nullptr, nullptr, napi_enumerable,
        nullptr},
       {"flushStdout", nullptr, flushStdout, nullptr, nullptr, nullptr, napi_enumerable, nullptr},

@@ -1,0 +1,105 @@
+// The engine object as the host holds it: translates slots into operations of a session.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "conference/session/session.h"
+#include "engine/engine_interface.h"
+#include "support/thread_annotations.h"
+
+namespace kavrin::conference {
+
+// Threads: every slot on any thread, but for destruction, after which nothing may be called. No
+// exception passes: it becomes kInternal.
+//
+// UnInit ends the session for good; Init after UnInit begins a new one, which starts with default
+// settings and the root host and log folder set last.
+class EngineObject final : public KavrinConferenceEngine {
+ public:
+  EngineObject(KavrinConferenceEngineEvent* sink, Environment environment);
+  ~EngineObject();
+
+  void Reserved0() override {}
+  void SetLogFilePath(const char* folder) override;
+  void SetRootHost(const char* rootHost) override;
+  void Init(const char* userId, const char* name, const char* password,
+            InitCompletion completion) override;
+  std::int32_t UnInit() override;
+  std::int32_t SetUserExtendedInfo(const char* info) override;
+  std::int32_t EnablePublish(bool audio, bool video) override;
+  std::int32_t EnableSubscribe(bool audio, bool video) override;
+  std::int32_t EnableExternalRender(bool enable) override;
+  std::int32_t EnumAudioCaptureDevice(AudioDevices& devices) override;
+  std::int32_t EnumSpeakerDevice(AudioDevices& devices) override;
+  std::int32_t EnumCameraDevice(CameraDevices& devices) override;
+  std::int32_t EnumScreenAndWindow(ShareSources& sources) override;
+  std::int32_t SetReconnectResumedMediaType(bool audio, bool video, bool share) override;
+  std::int32_t SetAudioCaptureDevice(std::int32_t id) override;
+  std::int32_t SetSpeakerDevice(std::int32_t id) override;
+  std::int32_t GetAudioCaptureDeviceVolume(std::int32_t* volume) override;
+  std::int32_t SetAudioCaptureDeviceVolume(std::int32_t volume) override;
+  std::int32_t GetSpeakerDeviceVolume(std::int32_t* volume) override;
+  std::int32_t SetSpeakerDeviceVolume(std::int32_t volume) override;
+  std::int32_t StartSpeakerDeviceTest(const char* soundFile) override;
+  std::int32_t StopSpeakerDeviceTest() override;
+  std::int32_t StartAudioDeviceLoopbackTest(std::int32_t interval) override;
+  std::int32_t StopAudioDeviceLoopbackTest() override;
+  std::int32_t SetVideoQuality(std::int32_t quality) override;
+  std::int32_t SetCameraDevice(const VideoOption& option) override;
+  void Reserved26() override {}
+  std::int32_t StartPreview() override;
+  std::int32_t StopPreview() override;
+  std::int32_t SetRemoteDefaultVideoStreamType(const std::int32_t& streamType) override;
+  std::int32_t EnableDualStreamMode(bool enable) override;
+  std::int32_t SetRemoteVideoStreamType(const char* userId,
+                                        const std::int32_t& streamType) override;
+  std::int32_t EnableAINSMode(bool enable) override;
+  std::int32_t JoinRoom(const char* roomId) override;
+  std::int32_t LeaveRoom() override;
+  std::int32_t SetScreenShareSceneMode(const std::int32_t& mode) override;
+  std::int32_t UpdateScreenShareSrcInfo(const VideoOption& option) override;
+  std::int32_t StartScreenShare(const VideoOption& option) override;
+  std::int32_t StopScreenShare() override;
+  std::int32_t EnablePublishAudioStream(bool enable) override;
+  std::int32_t EnablePublishVideoStream(bool enable) override;
+  std::int32_t EnableSubscribeAudioStream(const char* userId, bool enable) override;
+  std::int32_t EnableSubscribeVideoStream(const char* userId, bool enable,
+                                          bool cameraStream) override;
+  std::int32_t EnableLoopbackRecording(bool enable) override;
+  std::int32_t EnableAudioVolumeIndication(bool enable, std::int32_t cycleMs) override;
+  std::int32_t TakeSnapshot(const char* userId, std::int32_t srcType,
+                            const char* filePath) override;
+  std::int32_t MuteAudio(const char* userId, bool enable) override;
+  std::int32_t MuteVideo(const char* userId, bool enable) override;
+  std::int32_t KickOut(const char* userId) override;
+  std::int32_t MuteRoom(bool enable) override;
+  std::int32_t CloseRoom() override;
+  const Users& GetRoomAttendees() override;
+  void GetRoomInfo(KavrinConferenceEngineInfo& info) override;
+  void SendCustomMessage(const char* msg, const char* toUser,
+                         MessageCompletion completion) override;
+  std::int32_t CreateDataChannel() override;
+  std::int32_t SubscribeData(const char* topic) override;
+  std::int32_t UnsubscribeData(const char* topic) override;
+  std::int32_t DeleteDataChannel() override;
+
+ private:
+  std::shared_ptr<Session> session();
+  // The session, or a new one in place of one that has been stopped.
+  std::shared_ptr<Session> freshSession();
+
+  KavrinConferenceEngineEvent* const sink_;
+  const Environment environment_;
+
+  Mutex mutex_;
+  std::string rootHost_ KAVRIN_GUARDED_BY(mutex_);
+  std::string logFolder_ KAVRIN_GUARDED_BY(mutex_);
+  std::shared_ptr<Session> session_ KAVRIN_GUARDED_BY(mutex_);
+  // The list last given to each thread, so that no thread's call takes away another's.
+  std::map<std::thread::id, Users> attendees_ KAVRIN_GUARDED_BY(mutex_);
+};
+
+}  // namespace kavrin::conference
