@@ -78,6 +78,18 @@ TEST_F(ConversionTest, TextsAreCutAtTheirFirstNul) {
   EXPECT_EQ(toVariant(env.string("\xE4\xB8\xAD")).toString(), "\xE4\xB8\xAD");
 }
 
+TEST_F(ConversionTest, TextsOfEveryLengthAroundTheShortBufferArriveWhole) {
+  for (std::size_t length = 240; length < 270; ++length) {
+    const std::string ascii(length, 'x');
+    EXPECT_EQ(toVariant(env.string(ascii)).stringValue, ascii);
+    std::string wide = std::string(length % 4, 'x');
+    while (wide.size() < length) wide += "\xF0\x9F\x98\x80";
+    EXPECT_EQ(toVariant(env.string(wide)).stringValue, wide);
+    const std::string cut = ascii + std::string("\0behind", 7);
+    EXPECT_EQ(toVariant(env.string(cut)).stringValue, ascii);
+  }
+}
+
 TEST_F(ConversionTest, AnEmptyTextIsAText) {
   Variant converted = toVariant(env.string(""));
   EXPECT_TRUE(converted.is(Kind::String));
@@ -109,11 +121,13 @@ TEST_F(ConversionTest, FailedReadsAreLoggedTwiceAndGiveNull) {
     napi_value value;
     const char* message;
   };
+  napi_value longText = env.string(std::string(1000, 'x'));
   const Row rows[] = {
       {"napi_typeof", 1, env.number(1), "Wrong type of argumen."},
       {"napi_get_value_bool", 1, env.boolean(true), "napi_get_value_bool error"},
       {"napi_get_value_string_utf8", 1, env.string("x"), "napi_get_value_utf8 error"},
-      {"napi_get_value_string_utf8", 2, env.string("x"), "napi_get_value_utf8 error"},
+      {"napi_get_value_string_utf8", 2, longText, "napi_get_value_utf8 error"},
+      {"napi_get_value_string_utf8", 3, longText, "napi_get_value_utf8 error"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.function) + " " + std::to_string(row.nth));

@@ -42,6 +42,14 @@ napi_status readNumber(napi_value value, Number* result, Convert convert) {
   return napi_ok;
 }
 
+// The length of the longest beginning of `text` that fits and ends with a whole character.
+std::size_t wholeCharacters(const std::string& text, std::size_t room) {
+  if (text.size() <= room) return text.size();
+  const auto continues = [&](std::size_t i) { return (text[i] & 0xC0) == 0x80; };
+  while (room > 0 && continues(room)) --room;
+  return room;
+}
+
 }  // namespace
 
 napi_status napi_get_last_error_info(napi_env env, const napi_extended_error_info** result) {
@@ -171,7 +179,7 @@ napi_status napi_get_value_string_utf8(napi_env env, napi_value value, char* buf
       return napi_ok;
     }
     if (bufsize == 0) return napi_ok;
-    const std::size_t copied = std::min(bufsize - 1, value->text.size());
+    const std::size_t copied = wholeCharacters(value->text, bufsize - 1);
     std::memcpy(buf, value->text.data(), copied);
     buf[copied] = '\0';
     if (result != nullptr) *result = copied;
