@@ -91,11 +91,11 @@ TEST(JsonText, SkipsEachByteOfTheMarkOnce) {
 TEST(JsonText, ErrorsQuoteTheTextFromTheFault) {
   EXPECT_EQ(parseError("{\"a\":}"), "Parse json fail. err=Invalid value.. offset=}");
   EXPECT_EQ(parseError("{\"a\":1"),
-            "Parse json fail. err=Missing a comma or } after an object member.. offset=");
+            "Parse json fail. err=Missing a comma or '}' after an object member.. offset=");
   EXPECT_EQ(parseError("{a:1}"),
             "Parse json fail. err=Missing a name for object member.. offset=a:1}");
   EXPECT_EQ(parseError("[1,2"),
-            "Parse json fail. err=Missing a comma or ] after an array element.. offset=");
+            "Parse json fail. err=Missing a comma or ']' after an array element.. offset=");
   EXPECT_EQ(
       parseError("{} x"),
       "Parse json fail. err=The document root must not be followed by other values.. offset=x");
