@@ -7,6 +7,7 @@ import { runChildWell } from './support/child.mjs';
 import { logFiles } from './support/log.mjs';
 import { engine, room, stdoutText } from './support/scripted.mjs';
 import { forget, log, loggedIn, logRoot } from './support/session.mjs';
+import { newFolder } from './support/workspace.mjs';
 
 const facade = 'KavrinNodeConferenceEngine::';
 
@@ -27,8 +28,10 @@ test('a record is time, thread, source, level and message without a blank betwee
   const session = await loggedIn(t);
   session.call('GetSDKVersion');
   const [line] = log.text().split('\n').filter(text => text.includes('::GetSDKVersion:58]'));
-  const form = /^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{1,3} \[(\d+)\]\[:KavrinNodeConferenceEngine::GetSDKVersion:58\]\[DEBUG\]call node api method GetSDKVersion$/;
-  const [, thread] = form.exec(line);
+  const [, clock, thread, rest] = /^(.{19})\.\d{1,3} \[(\d+)\](.*)$/.exec(line);
+  assert.match(clock, /^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d$/);
+  assert.equal(rest, '[:KavrinNodeConferenceEngine::GetSDKVersion:58][DEBUG]' +
+    'call node api method GetSDKVersion');
   assert.equal(Number(thread), process.pid, 'the script thread of the main environment');
 });
 
@@ -93,7 +96,7 @@ test('refused listeners are logged by LogE at line 1793', async t => {
 test('a completion without a record is logged by LogI under its name', async t => {
   const session = await loggedIn(t);
   engine.setPlan('SendCustomMessage', { mode: 'hold' });
-  session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => {});
+  session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => {});
   const [{ id }] = engine.completions();
   engine.complete(id, 0, { keep: true });
   log.mark();
@@ -205,6 +208,18 @@ test('the default folder follows the documents folder of the XDG user directorie
   `);
   assert.deepEqual(report, { found: `Own Documents/${report.host}`,
     fallback: `Documents/${report.host}`, host: report.host });
+});
+
+test('the default folder is named after the host, without its extension', async () => {
+  const folder = newFolder('host');
+  const host = path.join(folder, 'app.exe');
+  fs.copyFileSync(process.execPath, host);
+  const { report } = await runChildWell(`
+    const session = new Session();
+    report(path.basename(session.json('GetLogPath')));
+    session.destroy();
+  `, { node: host });
+  assert.equal(report, 'app');
 });
 
 test('the path separator stands wherever folders are joined', async t => {
