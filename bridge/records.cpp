@@ -106,7 +106,7 @@ class ObjectBuilder {
 void addThumbnail(ObjectBuilder& object, const ScreenShareDeviceInfo& source) {
   object.number("thumbnailWidth", source.thumbnailWidth)
       .number("thumbnailHeight", source.thumbnailHeight);
-  if (source.thumbnailDataLength > 0) {
+  if (source.thumbnailDataLength > 0 && source.thumbnailData != nullptr) {
     object.buffer("thumbnailData", source.thumbnailData, source.thumbnailDataLength);
   }
   object.number("thumbnailDataLength", source.thumbnailDataLength);

@@ -7,10 +7,9 @@
 #include <xcb/randr.h>
 #include <xcb/xcb.h>
 
-#include <cctype>
+#include <charconv>
 #include <climits>
 #include <clocale>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
@@ -73,11 +72,15 @@ std::string documentsFromUserFolders(const std::string& home) {
 // Numbers of "A.B.C.D", nothing when the text is anything else.
 std::optional<FileVersion> parsedVersion(const std::string& text) {
   FileVersion version{};
-  int length = 0;
-  const int fields = std::sscanf(text.c_str(), "%9u.%9u.%9u.%9u%n", &version[0], &version[1],
-                                 &version[2], &version[3], &length);
-  if (fields != 4 || static_cast<std::size_t>(length) != text.size()) return std::nullopt;
-  return version;
+  const char* next = text.data();
+  const char* const end = next + text.size();
+  for (std::uint32_t& number : version) {
+    if (&number != version.data() && (next == end || *next++ != '.')) return std::nullopt;
+    const auto [rest, error] = std::from_chars(next, end, number);
+    if (error != std::errc()) return std::nullopt;
+    next = rest;
+  }
+  return next == end ? std::optional(version) : std::nullopt;
 }
 
 // The charset of the locale that the environment asks for. The host's own locale is left alone.
@@ -209,10 +212,8 @@ std::string toLocalCodePage(const std::string& utf8) {
   return converter.valid() ? converter.convert(utf8) : utf8;
 }
 
-std::uint64_t currentThreadId() {
-  thread_local const std::uint64_t id = static_cast<std::uint64_t>(gettid());
-  return id;
-}
+// Asked for anew each time: a number that is kept would be the parent's in a forked child.
+std::uint64_t currentThreadId() { return static_cast<std::uint64_t>(gettid()); }
 
 LocalTime localTime() {
   timeval now{};

@@ -33,9 +33,23 @@ class HostTest : public RoomTest {
 TEST_F(HostTest, FirstMemberIsHostAndEverybodyKnows) {
   Member& a = add("a");
   Member& b = add("b");
+  EXPECT_TRUE(a.sink.waitUserState("a", user_state::kHost));
   EXPECT_EQ(hostEvents(a, "a"), 1);
   EXPECT_TRUE(b.sink.waitUserState("a", user_state::kHost));
   EXPECT_EQ(hostEvents(b, "b"), 0);
+}
+
+// Once it was host only after the callback that said so.
+TEST_F(HostTest, TheHostMayActAsSoonAsTheRoomIsJoined) {
+  std::atomic<int> result{-1};
+  Member a("a", host);
+  a.sink.during = [&](const Event& event) {
+    if (event.name == "RoomStateChange" && event.numbers[0] == room_state::kJoined) {
+      result = a->MuteRoom(true);
+    }
+  };
+  a.join();
+  EXPECT_TRUE(a.sink.waitUntil([&] { return result == code::kOk; }));
 }
 
 TEST_F(HostTest, LongestPresentMemberFollows) {

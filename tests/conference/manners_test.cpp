@@ -191,8 +191,8 @@ TEST_F(MannersTest, UnInitReturnsWithinTwoSecondsEvenWhenACallbackHangs) {
 }
 
 TEST_F(MannersTest, UnInitFromACallbackWorks) {
-  Member b("b", host);
   std::atomic<int> result{-1};
+  Member b("b", host);
   b.sink.during = [&](const Event& event) {
     if (event.name == "RoomStateChange" && event.numbers[0] == room_state::kJoined) {
       result = b->UnInit();
@@ -223,8 +223,8 @@ TEST_F(MannersTest, DestructionFromACallbackWorks) {
 
 TEST_F(MannersTest, EveryOperationMayBeCalledFromACallback) {
   add("a");
-  Member b("b", host);
   std::atomic<int> rounds{0};
+  Member b("b", host);
   b.sink.during = [&](const Event& event) {
     if (event.name != "RoomStateChange" || event.numbers[0] != room_state::kJoined) return;
     b->EnablePublish(true, true);

@@ -99,9 +99,9 @@ TEST_F(MessageTest, OrderOfASenderIsKept) {
 
 TEST_F(MessageTest, BacklogOfAStuckReceiverIsBounded) {
   Member& a = add("a");
-  Member b("b", host);
   std::promise<void> release;
   auto released = release.get_future().share();
+  Member b("b", host);
   b.sink.during = [&](const Event& event) {
     if (event.name == "CustomMessage" && event.texts[0] == "stuck") released.wait();
   };

@@ -130,8 +130,10 @@ TEST_F(RoomTest, RoomInfoAgreesWithTheAttendees) {
 // Whatever a callback tells, the list says the same at that moment.
 class Witness {
  public:
-  explicit Witness(Member& member) : member_(member) {
-    member_.sink.during = [this](const Event& event) { check(event); };
+  // The witness must outlive the member.
+  void watch(Member& member) {
+    member_ = &member;
+    member.sink.during = [this](const Event& event) { check(event); };
   }
   int disagreements() const { return disagreements_; }
   int checks() const { return checks_; }
@@ -140,7 +142,7 @@ class Witness {
   void check(const Event& event) {
     if (event.name == "RoomStateChange") {
       known_.clear();
-      if (event.numbers[0] == room_state::kJoined) known_.insert(member_.id());
+      if (event.numbers[0] == room_state::kJoined) known_.insert(member_->id());
     } else if (event.name == "RoomMemberStateChange") {
       if (event.numbers[0] == user_state::kJoined) known_.insert(event.user);
       if (event.numbers[0] == user_state::kLeft) known_.erase(event.user);
@@ -148,24 +150,25 @@ class Witness {
       return;
     }
     ++checks_;
-    const auto ids = member_.attendeeIds();
+    const auto ids = member_->attendeeIds();
     KavrinConferenceEngineInfo info;
-    member_->GetRoomInfo(info);
+    (*member_)->GetRoomInfo(info);
     // Between LeaveRoom's return and its event, the list is already empty.
     if (ids.empty() && info.m_roomId.empty()) return;
     const bool same = std::set<std::string>(ids.begin(), ids.end()) == known_;
     if (!same || info.UserCount() != static_cast<int>(ids.size())) ++disagreements_;
   }
 
-  Member& member_;
+  Member* member_ = nullptr;
   std::set<std::string> known_;
   std::atomic<int> disagreements_{0};
   std::atomic<int> checks_{0};
 };
 
 TEST_F(RoomTest, ListsAgreeWithTheEventsAtEveryMoment) {
+  Witness witness;
   Member a("a", host);
-  Witness witness(a);
+  witness.watch(a);
   ASSERT_EQ(a.login(), code::kOk);
   Member b("b", host), c("c", host);
   b.join();
