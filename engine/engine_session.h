@@ -18,7 +18,12 @@ class EngineSession {
   EngineSession(KavrinConferenceEngine& engine, std::shared_ptr<RunDown> calls)
       : engine_(engine), calls_(std::move(calls)) {}
   ~EngineSession() {
-    unInit();
+    try {
+      unInit();
+    } catch (...) {
+      // An engine that fails to stop is given back all the same; whoever wants to know why asks
+      // unInit() first.
+    }
     calls_->close();
     KavrinConferenceEngine::DestroyConfEngine(&engine_);
   }
