@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
+import { addComponent, componentFile } from './support/components.mjs';
 import { asCommand, engine, settle, until } from './support/scripted.mjs';
 import { runChildWell } from './support/child.mjs';
 import { forget, log, loggedIn, logRoot, newSession } from './support/session.mjs';
@@ -107,7 +108,7 @@ test('Init with an empty object goes ahead with empty texts', t => {
   engine.setPlan('Init', { mode: 'hold' });
   assert.equal(session.withCallback('Init', '{}', () => {}), 0);
   assert.deepEqual(engine.operations(), [
-    ['CreateConfEngine', true], ['SetLogFilePath', '/_'], ['SetRootHost', ''], ['Init', '', '', ''],
+    ['CreateConfEngine', true], ['SetLogFilePath', `${path.sep}_`], ['SetRootHost', ''], ['Init', '', '', ''],
   ]);
   assert.equal(session.json('UnInit'), 0);
 });
@@ -333,8 +334,7 @@ test('without a version from the library, the component files tell theirs', asyn
   const folder = newFolder('components');
   for (const [name, version] of [['KavrinConferenceEngine', '4.3.2.1'],
     ['KavrinRTCEngine', '1.10.0.2'], ['KavrinRoomClient', '2.0.0.0']]) {
-    fs.writeFileSync(path.join(folder, `lib${name}.so.${version}`), '');
-    fs.symlinkSync(`lib${name}.so.${version}`, path.join(folder, `lib${name}.so`));
+    addComponent(folder, name, version);
   }
   assert.equal(session.call('GetSDKVersion', folder, 'p%s'), '4.3.2.1');
   assert.deepEqual(lined(log.records()), [
@@ -348,7 +348,7 @@ test('without a version from the library, the component files tell theirs', asyn
 test('component files without a version, or none at all, give an empty version', async t => {
   const session = await loggedIn(t);
   const folder = newFolder('components');
-  fs.writeFileSync(path.join(folder, 'libKavrinConferenceEngine.so'), '');
+  fs.writeFileSync(componentFile(folder, 'KavrinConferenceEngine'), '');
   for (const where of [folder, path.join(folder, 'missing'), '', '/', 'x'.repeat(10000)]) {
     assert.equal(session.call('GetSDKVersion', where, ''), '');
   }
