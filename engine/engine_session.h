@@ -21,8 +21,7 @@ class EngineSession {
     try {
       unInit();
     } catch (...) {
-      // An engine that fails to stop is given back all the same; whoever wants to know why asks
-      // unInit() first.
+      // The engine is given back all the same; there is nobody left to tell.
     }
     calls_->close();
     KavrinConferenceEngine::DestroyConfEngine(&engine_);

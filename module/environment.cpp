@@ -1,6 +1,22 @@
 #include "module/environment.h"
 
+#include <random>
+
 namespace kavrin {
+namespace {
+
+// Externals hold what could be an address, so a number stays within the bits that addresses have.
+Environment::HandleNumber randomNumber() {
+  constexpr std::uint64_t kLowest = 1;
+  constexpr std::uint64_t kHighest = std::uint64_t{1} << 46;
+  std::random_device source;
+  return std::uniform_int_distribution<std::uint64_t>(kLowest, kHighest)(source);
+}
+
+}  // namespace
+
+Environment::Environment(napi_env env)
+    : hook_(env, [this] { live_.clear(); }), firstNumber_(randomNumber()) {}
 
 bool Environment::install(napi_env env) {
   const auto finalize = [](napi_env, void* data, void*) { delete static_cast<Environment*>(data); };
@@ -22,7 +38,7 @@ std::shared_ptr<Environment::Facade> Environment::find(HandleNumber number) cons
 }
 
 bool Environment::wasDestroyed(HandleNumber number) const {
-  return number < nextNumber_ && !live_.contains(number);
+  return number >= firstNumber_ && number < nextNumber_ && !live_.contains(number);
 }
 
 }  // namespace kavrin

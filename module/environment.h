@@ -50,11 +50,12 @@ class Environment {
   void destroy(HandleNumber number) { live_.erase(number); }
 
  private:
-  explicit Environment(napi_env env) : hook_(env, [this] { live_.clear(); }) {}
+  explicit Environment(napi_env env);
 
   EnvironmentHook hook_;
   std::map<HandleNumber, std::shared_ptr<Facade>> live_;
-  HandleNumber nextNumber_ = 1;
+  const HandleNumber firstNumber_;
+  HandleNumber nextNumber_ = firstNumber_;
 };
 
 }  // namespace kavrin

@@ -13,6 +13,9 @@ const buildPackages = [
 ];
 const testPackages = ['clang', 'clang-format', 'libgtest-dev', 'libbenchmark-dev', 'locales', 'xvfb'];
 
+const windowsPackages = ['g++-mingw-w64-x86-64-posix'];
+const windowsTestPackages = ['wine64', 'wine', 'googletest', 'locales', 'xvfb'];
+
 /** Runs a command in the repository, its output shown; ends the process when it fails. */
 export function run(command, args, options = {}) {
   const result = spawnSync(command, args, { cwd: root, stdio: 'inherit', ...options });
@@ -52,8 +55,13 @@ function installModules() {
   run('npm', ['ci', '--no-audit', '--no-fund']);
 }
 
-/** Makes the machine ready to build and run, and to test when `forTests` is set. */
-export function setUp({ forTests = false } = {}) {
-  installPackages(forTests ? [...buildPackages, ...testPackages] : buildPackages);
+/** Makes the machine ready to build and run; to test and to build for Windows as well when asked. */
+export function setUp({ forTests = false, forWindows = false } = {}) {
+  installPackages([
+    ...buildPackages,
+    ...(forTests ? testPackages : []),
+    ...(forWindows ? windowsPackages : []),
+    ...(forTests && forWindows ? windowsTestPackages : []),
+  ]);
   installModules();
 }

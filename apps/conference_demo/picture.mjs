@@ -31,3 +31,18 @@ export function writePicture(file, picture, width, height) {
   paint(png, picture, width, height);
   writeFileSync(file, PNG.sync.write(png));
 }
+
+/** Writes several I420 pictures side by side as one PNG file. */
+export function writeContactSheet(file, pictures) {
+  const gap = 4;
+  const width = pictures.reduce((sum, { width: own }) => sum + own + gap, gap);
+  const height = Math.max(...pictures.map(({ height: own }) => own)) + 2 * gap;
+  const png = new PNG({ width, height });
+  png.data.fill(255);
+  let left = gap;
+  for (const picture of pictures) {
+    paint(png, picture.picture, picture.width, picture.height, left, gap);
+    left += picture.width + gap;
+  }
+  writeFileSync(file, PNG.sync.write(png));
+}

@@ -2,6 +2,17 @@
 
 #include <mutex>
 
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define KAVRIN_THREAD_SANITIZER 1
+#endif
+#elif defined(__SANITIZE_THREAD__)
+#define KAVRIN_THREAD_SANITIZER 1
+#endif
+#if defined(KAVRIN_THREAD_SANITIZER)
+#include <sanitizer/tsan_interface.h>
+#endif
+
 namespace kavrin::conference {
 
 bool ensureGstreamer() {
@@ -14,6 +25,14 @@ bool ensureGstreamer() {
   });
   return ready;
 }
+
+#if defined(KAVRIN_THREAD_SANITIZER)
+void handOver(void* object) { __tsan_release(object); }
+void takeOver(void* object) { __tsan_acquire(object); }
+#else
+void handOver(void*) {}
+void takeOver(void*) {}
+#endif
 
 PipelinePtr parsePipeline(const char* description) {
   if (!ensureGstreamer()) return nullptr;

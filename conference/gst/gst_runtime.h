@@ -11,6 +11,11 @@ namespace kavrin::conference {
 // it cannot be initialised. Threads: any.
 bool ensureGstreamer();
 
+// What one thread hands to another through GStreamer is in order, but ThreadSanitizer cannot see
+// how. These tell it: the giver calls handOver, the taker takeOver, with the same object.
+void handOver(void* object);
+void takeOver(void* object);
+
 struct GstObjectUnref {
   void operator()(void* object) const { gst_object_unref(object); }
 };

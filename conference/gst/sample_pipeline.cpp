@@ -30,6 +30,7 @@ SamplePipeline::SamplePipeline(PipelinePtr pipeline, OnSample onSample)
   GstAppSinkCallbacks callbacks{};
   callbacks.new_sample = &SamplePipeline::newSample;
   const GstElementPtr sink = elementOf(pipeline_, "out");
+  handOver(this);
   gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, this, nullptr);
 }
 
@@ -40,6 +41,7 @@ SamplePipeline::~SamplePipeline() {
     gone.swap(onSample_);
   }
   gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
+  takeOver(this);
 }
 
 bool SamplePipeline::ended() {
@@ -54,7 +56,9 @@ bool SamplePipeline::ended() {
 
 GstFlowReturn SamplePipeline::newSample(GstAppSink* sink, gpointer self) {
   GstSamplePtr sample(gst_app_sink_pull_sample(sink));
+  takeOver(self);
   if (sample) static_cast<SamplePipeline*>(self)->pass(std::move(sample));
+  handOver(self);
   return GST_FLOW_OK;
 }
 

@@ -47,6 +47,7 @@ struct MediaSettings {
 // What the room makes of them.
 struct RoomSituation {
   bool joined = false;
+  bool host = false;
   bool audioMutedByHost = false;
   bool cameraMutedByHost = false;
   home_event::Demand demand;

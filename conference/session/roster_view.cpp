@@ -7,19 +7,19 @@ namespace {
 
 using Kind = RosterStep::Kind;
 
-void addStreamSteps(const MemberRecord& before, const MemberRecord& member, bool local,
+void addStreamSteps(const MemberRecord& before, const MemberRecord& member,
                     std::vector<RosterStep>& steps) {
   const auto add = [&](bool needed, Kind kind) {
     if (needed) steps.push_back({kind, member});
   };
   add(before.audio != member.audio, Kind::kAudio);
-  add(!local && member.cameraPublished && !before.cameraPublished, Kind::kCameraStarted);
+  add(member.cameraPublished && !before.cameraPublished, Kind::kCameraStarted);
   add(before.camera != member.camera, Kind::kCamera);
-  add(!local && !member.cameraPublished && before.cameraPublished, Kind::kCameraStopped);
+  add(!member.cameraPublished && before.cameraPublished, Kind::kCameraStopped);
   const bool screenChanged = before.screenPublished != member.screenPublished;
-  add(!local && screenChanged && member.screenPublished, Kind::kScreenStarted);
+  add(screenChanged && member.screenPublished, Kind::kScreenStarted);
   add(screenChanged, Kind::kScreen);
-  add(!local && screenChanged && !member.screenPublished, Kind::kScreenStopped);
+  add(screenChanged && !member.screenPublished, Kind::kScreenStopped);
 }
 
 void addStopSteps(const MemberRecord& member, std::vector<RosterStep>& steps) {
@@ -39,11 +39,10 @@ MemberRecord* RosterView::findToChange(const std::string& userId) {
   return const_cast<MemberRecord*>(find(userId));
 }
 
-void RosterView::begin(Stay stay, const std::string& roomId, const std::string& localId) {
+void RosterView::begin(Stay stay, const std::string& roomId) {
   end();
   stay_ = stay;
   roomId_ = roomId;
-  localId_ = localId;
 }
 
 void RosterView::end() {
@@ -63,7 +62,7 @@ std::vector<RosterStep> RosterView::stepsTo(const MemberRecord& member) const {
     steps.push_back({Kind::kInfo, member});
   }
   if (member.host && !before.host) steps.push_back({Kind::kHost, member});
-  addStreamSteps(before, member, isLocal(member), steps);
+  addStreamSteps(before, member, steps);
   return steps;
 }
 
@@ -79,7 +78,7 @@ std::vector<RosterStep> RosterView::stepsToLeave(const std::string& userId) cons
 std::vector<RosterStep> RosterView::stepsToEnd() const {
   std::vector<RosterStep> steps;
   for (const MemberRecord& member : members_) {
-    if (!isLocal(member)) addStopSteps(member, steps);
+    addStopSteps(member, steps);
   }
   return steps;
 }

@@ -40,22 +40,20 @@ class RosterView {
   void setRoomMuted(bool muted) { roomMuted_ = muted; }
 
   // A room whose members are yet to be applied.
-  void begin(Stay stay, const std::string& roomId, const std::string& localId);
+  void begin(Stay stay, const std::string& roomId);
   void end();
 
   std::vector<RosterStep> stepsTo(const MemberRecord& member) const;
   std::vector<RosterStep> stepsToLeave(const std::string& userId) const;
-  // The end of all streams of others.
+  // The end of all streams.
   std::vector<RosterStep> stepsToEnd() const;
   void apply(const RosterStep& step);
 
  private:
   MemberRecord* findToChange(const std::string& userId);
-  bool isLocal(const MemberRecord& member) const { return member.userId == localId_; }
 
   Stay stay_ = 0;
   std::string roomId_;
-  std::string localId_;
   bool roomMuted_ = false;
   Roster members_;
 };

@@ -183,6 +183,7 @@ class Session : public std::enable_shared_from_this<Session> {
   void reportRoomState(Stay stay, RoomState state);
   void resumeMedia();
   void showMember(const MemberRecord& member);
+  void learnAboutSelf(const MemberRecord& member) KAVRIN_REQUIRES(mutex_);
   void walk(const std::vector<RosterStep>& steps);
   void reportStep(const ConfRoom& room, const RosterStep& step, bool local);
   void forgetStopped(const RosterStep& step);

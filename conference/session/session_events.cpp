@@ -96,12 +96,14 @@ void Session::on(Stay stay, const home_event::Joined& event) {
   {
     MutexLock lock(mutex_);
     room = roomOf(stay);
-    view_.begin(stay, room.m_roomId, userId_);
+    view_.begin(stay, room.m_roomId);
     view_.setRoomMuted(event.roomMuted);
-    for (const MemberRecord& member : event.roster) {
-      if (member.userId == userId_) view_.apply({RosterStep::Kind::kJoined, member});
-    }
     situation_.joined = true;
+    for (const MemberRecord& member : event.roster) {
+      if (member.userId != userId_) continue;
+      view_.apply({RosterStep::Kind::kJoined, member});
+      learnAboutSelf(member);
+    }
     roomState_ = RoomState::kJoined;
     replan();
   }
@@ -222,13 +224,17 @@ void Session::showMember(const MemberRecord& member) {
   {
     MutexLock lock(mutex_);
     steps = view_.stepsTo(member);
-    if (member.userId == userId_) {
-      situation_.audioMutedByHost = member.audio == StreamState::kMutedByHost;
-      situation_.cameraMutedByHost = member.camera == StreamState::kMutedByHost;
-      replan();
-    }
+    if (member.userId == userId_) learnAboutSelf(member);
   }
   walk(steps);
+}
+
+// What the local member may do counts from now on, before its callbacks.
+void Session::learnAboutSelf(const MemberRecord& member) {
+  situation_.host = member.host;
+  situation_.audioMutedByHost = member.audio == StreamState::kMutedByHost;
+  situation_.cameraMutedByHost = member.camera == StreamState::kMutedByHost;
+  replan();
 }
 
 void Session::walk(const std::vector<RosterStep>& steps) {

@@ -31,7 +31,7 @@ Code Session::inRoom() const {
 Code Session::asHost() const {
   const Code code = inRoom();
   if (code != Code::kOk) return code;
-  return self() != nullptr && self()->host ? Code::kOk : Code::kNotHost;
+  return situation_.host ? Code::kOk : Code::kNotHost;
 }
 
 Session::ConfRoom Session::roomOf(Stay stay) const {

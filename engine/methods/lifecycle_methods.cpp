@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "engine/completion_ticket.h"
 #include "engine/methods/method_support.h"
 #include "support/host_services.h"
 
@@ -88,14 +89,17 @@ std::string prepareLogFolder(Facade& facade, const std::string& puid) {
 struct LoginCompletion {
   Facade* facade;
   Engine* engine;
-  std::shared_ptr<RunDown> facadeCalls;
+  CompletionTicket ticket;
   std::shared_ptr<RunDown> engineCalls;
   std::string puid;
   std::string callbackKey;
 
   void operator()(std::int32_t code) const {
-    const RunDown::Pass facadePass(*facadeCalls);
-    if (!facadePass) return;
+    ticket.redeem([&] { answer(code); });
+  }
+
+ private:
+  void answer(std::int32_t code) const {
     takeOver(code);
     facade->emitter().emitApiCallback(callbackKey, code);
     facade->log().write(kLogInfo, kInitAnswered,
@@ -104,12 +108,14 @@ struct LoginCompletion {
     facade->emitter().unregister(callbackKey);
   }
 
- private:
   // An engine that has been replaced meanwhile no longer speaks for the user.
   void takeOver(std::int32_t code) const {
     const RunDown::Pass enginePass(*engineCalls);
     if (!enginePass) return;
-    if (code == 0) engine->EnableExternalRender(true);
+    guarded(*facade, kTag<"Init">.text, [&] {
+      if (code == 0) engine->EnableExternalRender(true);
+      return Variant();
+    });
     facade->setUserId(puid);
     facade->frameStore().setExemptUser(puid);
   }
@@ -133,9 +139,9 @@ void startEngine(Facade& facade, napi_env env, const InitParameters& parameters,
   log.write(kLogInfo, kInitName, tag, "Init name:%s", parameters.name.c_str());
   const std::string key = facade.emitter().registerApiCallback(env, callback, "Init");
   const auto engineCalls = std::make_shared<RunDown>();
-  engine->Init(
-      parameters.puid.c_str(), parameters.name.c_str(), parameters.password.c_str(),
-      LoginCompletion{&facade, engine, facade.completions(), engineCalls, parameters.puid, key});
+  engine->Init(parameters.puid.c_str(), parameters.name.c_str(), parameters.password.c_str(),
+               LoginCompletion{&facade, engine, CompletionTicket(facade.completions()), engineCalls,
+                               parameters.puid, key});
   facade.startSession(std::make_unique<EngineSession>(*engine, engineCalls));
 }
 

@@ -2,6 +2,7 @@
 #include <future>
 
 #include "bridge/records.h"
+#include "engine/completion_ticket.h"
 #include "engine/methods/method_support.h"
 #include "support/host_services.h"
 
@@ -86,6 +87,14 @@ Variant sendCustomMessage(Facade& facade, napi_env, const std::string& json) {
   });
 }
 
+void answerMessage(Facade& facade, const std::string& key, std::int32_t code, const char* text) {
+  facade.emitter().emitApiCallback(key, code, text == nullptr ? "" : text);
+  facade.log().write(kLogInfo, __LINE__,
+                     "KavrinNodeConferenceEngine::AsyncSendCustomMessage::<lambda_1>::operator ()",
+                     "method return %d", code);
+  facade.emitter().unregister(key);
+}
+
 Variant asyncSendCustomMessage(Facade& facade, napi_env env, const std::string& json,
                                napi_value callback) {
   const char* tag = kTag<"AsyncSendCustomMessage">.text;
@@ -93,16 +102,9 @@ Variant asyncSendCustomMessage(Facade& facade, napi_env env, const std::string& 
     const std::string key =
         facade.emitter().registerApiCallback(env, callback, "SendCustomMessage");
     facade.log().write(kLogInfo, __LINE__, tag, "method enter...");
-    const auto completion = [&facade, key, calls = facade.completions()](std::int32_t code,
-                                                                         const char* text) {
-      const RunDown::Pass pass(*calls);
-      if (!pass) return;
-      facade.emitter().emitApiCallback(key, code, text == nullptr ? "" : text);
-      facade.log().write(
-          kLogInfo, __LINE__,
-          "KavrinNodeConferenceEngine::AsyncSendCustomMessage::<lambda_1>::operator ()",
-          "method return %d", code);
-      facade.emitter().unregister(key);
+    const auto completion = [&facade, key, ticket = CompletionTicket(facade.completions())](
+                                std::int32_t code, const char* text) {
+      ticket.redeem([&] { answerMessage(facade, key, code, text); });
     };
     facade.engine()->SendCustomMessage(parameters.msg.c_str(), receiver(parameters), completion);
     return Variant::int32(0);

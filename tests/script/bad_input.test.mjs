@@ -26,7 +26,7 @@ for (const [what, make] of Object.entries(texts)) {
       const session = await new Session().login({ logPath: '/nonexistent' });
       const make = ${make};
       const result = session.json('KickOut', make('userId'));
-      const other = session.async_('AsyncSendCustomMessage', make('msg'), () => {});
+      const other = session.withCallback('AsyncSendCustomMessage', make('msg'), () => {});
       engine.join();
       const handled = session.json('StopPreview');
       session.destroy();
@@ -42,7 +42,7 @@ test('names of 1 MB and names with NUL, newline and "%" are not found', async t 
   for (const name of ['n'.repeat(1e6), '\0Init', 'a\nb', '%s%s%n', '\ud800', '../../x']) {
     assert.equal(session.call(name), -1);
     assert.equal(session.json(name, '{}'), -1);
-    assert.equal(session.async_(name, '{}', () => {}), -1);
+    assert.equal(session.withCallback(name, '{}', () => {}), -1);
   }
 });
 
@@ -121,29 +121,32 @@ test('a buffer whose memory was taken away gives -4', async t => {
   assert.deepEqual(again, pictureBytes({ width: 4, height: 2 }));
 });
 
-test('a buffer whose memory was resized counts with its current length', async () => {
-  const { report } = await runChildWell(`
-    const session = await new Session().login();
-    const memory = new ArrayBuffer(64, { maxByteLength: 128 });
-    const view = new Uint8Array(memory);
-    const sizes = [];
-    session.on('onBufferOverflow', payload => sizes.push(payload.curSize), {});
-    session.call('BindingVideoFrame', 'me', 0, view);
-    engine.fireFrame('me', { width: 4, height: 2, streamType: 0 });
-    const fetch = () => JSON.parse(session.json('GetVideoFrame', { uid: 'me', forceGetFrame: true }));
-    const rets = [fetch().ret];
-    memory.resize(5);
-    rets.push(fetch().ret);
-    memory.resize(12);
-    rets.push(fetch().ret);
-    memory.resize(128);
-    rets.push(fetch().ret);
-    await until(() => sizes.length);
-    session.destroy();
-    report({ rets, sizes });
-  `, { flags: process.version.startsWith('v18.') ? ['--harmony-rab-gsab'] : [] });
-  assert.deepEqual(report, { rets: [0, -3, 0, 0], sizes: [5] });
-});
+const resizable = 'resize' in ArrayBuffer.prototype ? false : 'this Node has no resizable buffers';
+
+test('a buffer whose memory was resized counts with its current length', { skip: resizable },
+  async () => {
+    const { report } = await runChildWell(`
+      const session = await new Session().login();
+      const memory = new ArrayBuffer(64, { maxByteLength: 128 });
+      const view = new Uint8Array(memory);
+      const sizes = [];
+      session.on('onBufferOverflow', payload => sizes.push(payload.curSize), {});
+      session.call('BindingVideoFrame', 'me', 0, view);
+      engine.fireFrame('me', { width: 4, height: 2, streamType: 0 });
+      const fetch = () => JSON.parse(session.json('GetVideoFrame', { uid: 'me', forceGetFrame: true }));
+      const rets = [fetch().ret];
+      memory.resize(5);
+      rets.push(fetch().ret);
+      memory.resize(12);
+      rets.push(fetch().ret);
+      memory.resize(128);
+      rets.push(fetch().ret);
+      await until(() => sizes.length);
+      session.destroy();
+      report({ rets, sizes });
+    `);
+    assert.deepEqual(report, { rets: [0, -3, 0, 0], sizes: [5] });
+  });
 
 test('a buffer on shared memory is filled', async t => {
   const session = await loggedIn(t);
@@ -257,7 +260,7 @@ for (const [what, end] of Object.entries(endings)) {
     session.on('onFrameSizeChanged', () => { ran++; end(session); }, {});
     engine.fireFrame('me', { width: 6, height: 6, streamType: 0 }, { room });
     engine.fireFrame('me', { width: 8, height: 6, streamType: 0 }, { room });
-    session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => { ran++; end(session); });
+    session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => { ran++; end(session); });
     engine.join();
     await settle(20);
     assert.ok(ran >= 1);

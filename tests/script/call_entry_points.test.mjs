@@ -119,7 +119,7 @@ test('names from Object.prototype and near misses are not found', t => {
     'x'.repeat(100000)]) {
     assert.equal(session.call(name), -1);
     assert.equal(session.json(name), -1);
-    assert.equal(session.async_(name, {}, () => {}), -1);
+    assert.equal(session.withCallback(name, {}, () => {}), -1);
   }
 });
 
@@ -182,7 +182,7 @@ test('runJsonParamFunction reports unknown names', async t => {
 
 test('runJsonParamFunctionWithCallback traces the call and the result', async t => {
   const session = await loggedIn(t);
-  assert.equal(session.async_('AsyncSendCustomMessage', '', () => {}), -1);
+  assert.equal(session.withCallback('AsyncSendCustomMessage', '', () => {}), -1);
   const traces = log.records();
   const tag = `${facade}runJsonParamFunctionWithCallback`;
   assert.deepEqual(traces.map(record => [record.level, record.tag, record.message]), [
@@ -205,7 +205,7 @@ test('GetVideoFrame through execFun is traced by nothing but the not-found line'
 
 test('GetVideoFrame through the callback entry point is logged and not found', async t => {
   const session = await loggedIn(t);
-  assert.equal(session.async_('GetVideoFrame', '{}', () => {}), -1);
+  assert.equal(session.withCallback('GetVideoFrame', '{}', () => {}), -1);
   assert.deepEqual(log.messages(), [
     'call node api: GetVideoFrame, param: {}',
     'call npde api: GetVideoFrame failed! not found method.',

@@ -110,7 +110,7 @@ test('a worker terminated with live handles tears them down in order', limit, as
     for (let i = 0; i < 3; i++) {
       const session = await new Session().login();
       session.on('onFrameSizeChanged', () => {}, {});
-      session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => {});
+      session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => {});
       session.call('BindingVideoFrame', 'me', 0, Buffer.alloc(100));
     }
     report('ready');
@@ -143,7 +143,7 @@ test('workers terminated with events, pictures and posts in flight', limit, asyn
       for (;;) {
         session.events();
         session.json('GetVideoFrame', { uid: 'me' });
-        session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => {});
+        session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => {});
         await sleep(0);
       }
     `);
@@ -200,7 +200,7 @@ test('completions that come after their environment has ended reach nothing', li
     const session = await new Session().login();
     engine.setPlan('SendCustomMessage', { mode: 'hold' });
     engine.setPlan('Init', { mode: 'hold' });
-    for (let i = 0; i < 5; i++) session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => {});
+    for (let i = 0; i < 5; i++) session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => {});
     new Session().init();
     report('ready');
     process.exit(0);
@@ -264,7 +264,7 @@ const lastWords = {
   'by process.exit in a listener':
     "session.on('onFrameSizeChanged', () => process.exit(0), {});" +
     "engine.fireFrame('me', { width: 4, height: 4, streamType: 0 });",
-  'by process.exit in a completion': "session.async_('AsyncSendCustomMessage', { msg: 'm' }, " +
+  'by process.exit in a completion': "session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, " +
     '() => process.exit(0));',
   'by process.exit with events in flight':
     "session.on('onFrameSizeChanged', () => {}, {});" +
@@ -274,7 +274,7 @@ const lastWords = {
     "engine.setPlan('Init', { mode: 'hold' }); new Session().init(); process.exit(0);",
   'by process.exit with a message that answers later':
     "engine.setPlan('SendCustomMessage', { mode: 'automatic', delayMs: 30, late: true });" +
-    "session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => {}); process.exit(0);",
+    "session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => {}); process.exit(0);",
 };
 
 for (const [what, source] of Object.entries(lastWords)) {

@@ -1,10 +1,10 @@
 // The module's exports, the engine handle and who is refused as one.
 import assert from 'node:assert/strict';
-import { execFileSync } from 'node:child_process';
 import path from 'node:path';
 import test from 'node:test';
 import { moduleFile, scriptedDir } from './support/paths.mjs';
 import { addon, apiVersionOf, engine, externalAt, pointerOf } from './support/scripted.mjs';
+import { exportedSymbols } from './support/exported_symbols.mjs';
 import { newSession, Session } from './support/session.mjs';
 import { runChildWell } from './support/child.mjs';
 
@@ -28,8 +28,7 @@ test('asks for Node-API version 8', () => {
 });
 
 test('exports only the two entry symbols from the shared object', () => {
-  const symbols = execFileSync('nm', ['-D', '--defined-only', modulePath], { encoding: 'utf8' })
-    .trim().split('\n').map(line => line.split(' ').pop().replace(/@.*/, ''))
+  const symbols = exportedSymbols(modulePath)
     .filter(symbol => !/^(__[a-z]*san_|_ZN?.*(asan|tsan|ubsan)|__odr_asan)/.test(symbol));
   assert.deepEqual(symbols.sort(), ['napi_register_module_v1', 'node_api_module_get_api_version_v1']);
 });

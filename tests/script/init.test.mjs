@@ -3,6 +3,7 @@ import assert from 'node:assert/strict';
 import fs from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
+import { addComponent, componentFile } from './support/components.mjs';
 import { asCommand, engine, settle, until } from './support/scripted.mjs';
 import { runChildWell } from './support/child.mjs';
 import { forget, log, loggedIn, logRoot, newSession } from './support/session.mjs';
@@ -25,6 +26,15 @@ test('Init makes an engine, points it at its folder and host and starts the logi
     ['SetRootHost', 'https://root'],
     ['Init', 'me', 'N', 'P'],
   ]);
+});
+
+test('every operation is called from the script thread', async t => {
+  const session = await newSession(t).join();
+  session.json('LeaveRoom');
+  session.json('UnInit');
+  const elsewhere = engine.calls().filter(call => call.thread !== process.pid);
+  assert.deepEqual(elsewhere.map(call => call.operation), ['EnableExternalRender'],
+    'but the one that belongs to the completion');
 });
 
 test('Init logs the folder, the host and the name', t => {
@@ -88,7 +98,7 @@ test('a completion from inside the engine operation works like a later one', asy
 
 test('Init with an empty text returns -1 and initialises nothing', t => {
   const session = newSession(t);
-  assert.equal(session.async_('Init', '', () => assert.fail('called')), -1);
+  assert.equal(session.withCallback('Init', '', () => assert.fail('called')), -1);
   assert.deepEqual(engine.calls(), []);
   assert.equal(session.json('UnInit'), -1);
 });
@@ -96,9 +106,9 @@ test('Init with an empty text returns -1 and initialises nothing', t => {
 test('Init with an empty object goes ahead with empty texts', t => {
   const session = newSession(t);
   engine.setPlan('Init', { mode: 'hold' });
-  assert.equal(session.async_('Init', '{}', () => {}), 0);
+  assert.equal(session.withCallback('Init', '{}', () => {}), 0);
   assert.deepEqual(engine.operations(), [
-    ['CreateConfEngine', true], ['SetLogFilePath', '/_'], ['SetRootHost', ''], ['Init', '', '', ''],
+    ['CreateConfEngine', true], ['SetLogFilePath', `${path.sep}_`], ['SetRootHost', ''], ['Init', '', '', ''],
   ]);
   assert.equal(session.json('UnInit'), 0);
 });
@@ -106,7 +116,7 @@ test('Init with an empty object goes ahead with empty texts', t => {
 test('Init with an empty object creates the folder that a log path and "_" name', t => {
   const session = newSession(t);
   const logPath = newFolder('empty');
-  session.async_('Init', JSON.stringify({ logPath }), () => {});
+  session.withCallback('Init', JSON.stringify({ logPath }), () => {});
   assert.deepEqual(fs.readdirSync(logPath), ['_']);
 });
 
@@ -121,7 +131,7 @@ test('a text that is no JSON object is -1, with the error logged, and makes no e
     ['{"name":[]}', /^not string\. \(path:.*\)$/],
   ]) {
     forget();
-    assert.equal(session.async_('Init', text, () => assert.fail('called')), -1);
+    assert.equal(session.withCallback('Init', text, () => assert.fail('called')), -1);
     const [record] = log.records().filter(({ tag: from }) => from === initTag);
     assert.deepEqual([record.level, record.line], ['ERROR', 237]);
     assert.match(record.message, message);
@@ -132,7 +142,7 @@ test('a text that is no JSON object is -1, with the error logged, and makes no e
 test('the text "null" is an object without members', t => {
   const session = newSession(t);
   engine.setPlan('Init', { mode: 'hold' });
-  assert.equal(session.async_('Init', 'null', () => {}), 0);
+  assert.equal(session.withCallback('Init', 'null', () => {}), 0);
 });
 
 test('a second Init ends the first engine and keeps the first log file', async t => {
@@ -175,11 +185,11 @@ test('after an Init that failed, the process can end', async () => {
 
 test('a callback that is no function is refused with a text', async t => {
   const session = await loggedIn(t);
+  engine.setPlan('Init', { mode: 'hold' });
   for (const callback of [undefined, null, 5, 'f', {}]) {
-    assert.throws(() => session.async_('Init', {}, callback),
+    assert.throws(() => session.withCallback('Init', {}, callback),
       { name: 'Error', message: 'Failed to create threadsafe function' });
   }
-  engine.join();
   assert.ok(log.has('ERROR', `${tag}LogE`, 'Failed to create threadsafe function'));
 });
 
@@ -324,8 +334,7 @@ test('without a version from the library, the component files tell theirs', asyn
   const folder = newFolder('components');
   for (const [name, version] of [['KavrinConferenceEngine', '4.3.2.1'],
     ['KavrinRTCEngine', '1.10.0.2'], ['KavrinRoomClient', '2.0.0.0']]) {
-    fs.writeFileSync(path.join(folder, `lib${name}.so.${version}`), '');
-    fs.symlinkSync(`lib${name}.so.${version}`, path.join(folder, `lib${name}.so`));
+    addComponent(folder, name, version);
   }
   assert.equal(session.call('GetSDKVersion', folder, 'p%s'), '4.3.2.1');
   assert.deepEqual(lined(log.records()), [
@@ -339,7 +348,7 @@ test('without a version from the library, the component files tell theirs', asyn
 test('component files without a version, or none at all, give an empty version', async t => {
   const session = await loggedIn(t);
   const folder = newFolder('components');
-  fs.writeFileSync(path.join(folder, 'libKavrinConferenceEngine.so'), '');
+  fs.writeFileSync(componentFile(folder, 'KavrinConferenceEngine'), '');
   for (const where of [folder, path.join(folder, 'missing'), '', '/', 'x'.repeat(10000)]) {
     assert.equal(session.call('GetSDKVersion', where, ''), '');
   }

@@ -17,7 +17,7 @@ function heldLogin(session, callback = neverCalled) {
 
 function heldMessage(session, callback = neverCalled) {
   engine.setPlan('SendCustomMessage', { mode: 'hold' });
-  session.async_('AsyncSendCustomMessage', { msg: 'm' }, callback);
+  session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, callback);
   return engine.completions().pop().id;
 }
 
@@ -109,7 +109,7 @@ test('posts that wait when the handle is destroyed are not delivered', limit, as
   const session = await loggedIn(t);
   session.on('onFrameSizeChanged', neverCalled, {});
   engine.fireFrame('me', { width: 4, height: 4, streamType: 0 }, { room });
-  session.async_('AsyncSendCustomMessage', { msg: 'm' }, neverCalled);
+  session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, neverCalled);
   engine.join();
   session.destroy();
   await settle(20);
@@ -122,7 +122,7 @@ test('logins and messages race with UnInit and destroyConfEngine', limit, async 
     engine.setPlan('SendCustomMessage', { mode: 'automatic', delayMs: i % 2, late: true });
     const session = new Session();
     session.init();
-    session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => {});
+    session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => {});
     engine.fire('OnRoomStateChange', [1], { room, threads: 2, count: 20, background: true });
     if (i % 5 === 0) await settle(1);
     if (i % 4 === 0) session.init();
@@ -157,7 +157,7 @@ test('everything at once: callbacks, pictures, posts and script', limit, async t
     session.json('GetVideoFrame', { uid: 'me' });
     session.call('BindingVideoFrame', 'ann', 0, Buffer.alloc(i * 10));
     session.json('GetVideoFrame', { uid: 'ann' });
-    session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => codes++);
+    session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => codes++);
     session.json('UnbindingVideoFrame', { uid: 'ann' });
     if (i % 10 === 0) await settle(1);
     session.off('onFrameSizeChanged');

@@ -6,14 +6,17 @@ import test from 'node:test';
 import { runChildWell } from './support/child.mjs';
 import { logFiles } from './support/log.mjs';
 import { engine, room, stdoutText } from './support/scripted.mjs';
-import { forget, log, loggedIn, logRoot } from './support/session.mjs';
+import { forget, log, loggedIn, logRoot, newSession } from './support/session.mjs';
+import { newFolder } from './support/workspace.mjs';
 
 const facade = 'KavrinNodeConferenceEngine::';
 
 test('the file is in the user folder of the first Init, named by the opening time', async t => {
   const session = await loggedIn(t);
   const relative = path.relative(logRoot, log.file);
-  assert.match(relative, /^_me\/KavrinConferenceNodeExt\/KVNodeExt_\d{6}\.\d{1,3}\.log$/);
+  const [userFolder, moduleFolder, name, ...deeper] = relative.split(path.sep);
+  assert.deepEqual([userFolder, moduleFolder, deeper], ['_me', 'KavrinConferenceNodeExt', []]);
+  assert.match(name, /^KVNodeExt_\d{6}\.\d{1,3}\.log$/);
   const [, clock, milliseconds] = /_(\d{6})\.(\d+)\.log$/.exec(relative);
   assert.equal(String(Number(milliseconds)), milliseconds, 'not padded');
   const opened = fs.statSync(log.file).birthtime;
@@ -27,9 +30,14 @@ test('a record is time, thread, source, level and message without a blank betwee
   const session = await loggedIn(t);
   session.call('GetSDKVersion');
   const [line] = log.text().split('\n').filter(text => text.includes('::GetSDKVersion:58]'));
-  const form = /^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{1,3} \[(\d+)\]\[:KavrinNodeConferenceEngine::GetSDKVersion:58\]\[DEBUG\]call node api method GetSDKVersion$/;
-  const [, thread] = form.exec(line);
-  assert.equal(Number(thread), process.pid, 'the script thread of the main environment');
+  const [, clock, thread, rest] = /^(.{19})\.\d{1,3} \[(\d+)\](.*)$/.exec(line);
+  assert.match(clock, /^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d$/);
+  assert.equal(rest, '[:KavrinNodeConferenceEngine::GetSDKVersion:58][DEBUG]' +
+    'call node api method GetSDKVersion');
+  session.json('StopPreview');
+  const scriptThread = engine.calls().at(-1).thread;
+  assert.equal(Number(thread), scriptThread, 'the script thread of the main environment');
+  if (process.platform === 'linux') assert.equal(scriptThread, process.pid);
 });
 
 test('milliseconds are never padded', async t => {
@@ -93,7 +101,7 @@ test('refused listeners are logged by LogE at line 1793', async t => {
 test('a completion without a record is logged by LogI under its name', async t => {
   const session = await loggedIn(t);
   engine.setPlan('SendCustomMessage', { mode: 'hold' });
-  session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => {});
+  session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => {});
   const [{ id }] = engine.completions();
   engine.complete(id, 0, { keep: true });
   log.mark();
@@ -187,27 +195,47 @@ test('a folder text longer than the buffer is cut, not overrun', async () => {
   assert.deepEqual(report, [0, 0]);
 });
 
-test('the default folder follows the documents folder of the XDG user directories', async () => {
+const xdgOnly = { skip: process.platform === 'win32' && 'Windows asks its shell for the folder' };
+
+test('the default folder follows the documents folder of the XDG user directories', xdgOnly,
+  async () => {
+    const { report } = await runChildWell(`
+      const session = new Session();
+      const own = path.join(process.env.HOME, 'Own Documents');
+      fs.mkdirSync(own);
+      fs.mkdirSync(process.env.XDG_CONFIG_HOME, { recursive: true });
+      const file = path.join(process.env.XDG_CONFIG_HOME, 'user-dirs.dirs');
+      fs.writeFileSync(file, '# comment\\nXDG_DOCUMENTS_DIR="$HOME/Own Documents"\\n');
+      const found = session.json('GetLogPath');
+      fs.rmSync(file);
+      const fallback = session.json('GetLogPath');
+      session.destroy();
+      const home = process.env.HOME;
+      report({ found: path.relative(home, found), fallback: path.relative(home, fallback),
+        host: path.parse(process.execPath).name });
+    `);
+    assert.deepEqual(report, { found: `Own Documents/${report.host}`,
+      fallback: `Documents/${report.host}`, host: report.host });
+  });
+
+test('the default folder is named after the host, without its extension', async () => {
+  const folder = newFolder('host');
+  const host = path.join(folder, 'app.exe');
+  fs.copyFileSync(process.execPath, host);
   const { report } = await runChildWell(`
     const session = new Session();
-    const own = path.join(process.env.HOME, 'Own Documents');
-    fs.mkdirSync(own);
-    fs.mkdirSync(process.env.XDG_CONFIG_HOME, { recursive: true });
-    const file = path.join(process.env.XDG_CONFIG_HOME, 'user-dirs.dirs');
-    fs.writeFileSync(file, '# comment\\nXDG_DOCUMENTS_DIR="$HOME/Own Documents"\\n');
-    const found = session.json('GetLogPath');
-    fs.rmSync(file);
-    const fallback = session.json('GetLogPath');
+    report(path.basename(session.json('GetLogPath')));
     session.destroy();
-    const home = process.env.HOME;
-    report({ found: path.relative(home, found), fallback: path.relative(home, fallback),
-      host: path.parse(process.execPath).name });
-  `);
-  assert.deepEqual(report, { found: `Own Documents/${report.host}`,
-    fallback: `Documents/${report.host}`, host: report.host });
+  `, { node: host });
+  assert.equal(report, 'app');
 });
 
 test('the path separator stands wherever folders are joined', async t => {
-  await loggedIn(t);
-  assert.ok(logFiles(logRoot).every(file => !file.includes('\\')));
+  const session = await newSession(t).login();
+  const separators = text => new Set(text.match(/[\\/]/g));
+  const only = new Set(path.sep);
+  const [[, toldFolder]] = engine.operations().filter(([name]) => name === 'SetLogFilePath');
+  assert.equal(toldFolder, `${logRoot}${path.sep}_me`);
+  assert.deepEqual(separators(session.json('GetLogPath')), only);
+  for (const file of logFiles(logRoot)) assert.deepEqual(separators(file.slice(logRoot.length)), only);
 });

@@ -40,7 +40,10 @@ const argumentForms = {
 };
 
 const textForms = {
-  'good': method => JSON.stringify({ ...sampleValues(method), ...(method.name === 'Init' && { logPath: logRoot }) }),
+  'good': method => JSON.stringify({
+    ...sampleValues(method),
+    ...(method.name === 'Init' && { logPath: logRoot }),
+  }),
   'empty': () => '',
   'bad': () => '{"',
 };

@@ -124,7 +124,7 @@ test('a custom message to nobody goes to the whole room', async t => {
   for (const params of [{ msg: 'm', toUser: '' }, { msg: 'm' }, { msg: 'm', toUser: null }]) {
     engine.clearCalls();
     assert.equal(session.json('SendCustomMessage', params), 0);
-    assert.equal(session.async_('AsyncSendCustomMessage', params, () => {}), 0);
+    assert.equal(session.withCallback('AsyncSendCustomMessage', params, () => {}), 0);
     engine.join();
     assert.deepEqual(engine.operations(), Array(2).fill(['SendCustomMessage', 'm', null]));
   }
@@ -136,7 +136,7 @@ test('a completion without a text, or with any text, gives its code', async t =>
     engine.setPlan('SendCustomMessage', { mode: 'automatic', code: 5, text });
     assert.equal(session.json('SendCustomMessage', { msg: 'm' }), 5);
     const codes = [];
-    session.async_('AsyncSendCustomMessage', { msg: 'm' }, (...args) => codes.push(args));
+    session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, (...args) => codes.push(args));
     await until(() => codes.length);
     assert.deepEqual(codes, [[5]], 'the code alone');
   }
@@ -164,7 +164,7 @@ test('an exception from SendCustomMessage is -1 and logged', async t => {
   assert.equal(session.json('SendCustomMessage', { msg: 'm' }), -1);
   assert.deepEqual(log.brief().pop(), ['ERROR', tag('SendCustomMessage'), 'thrown %n']);
   forget();
-  assert.equal(session.async_('AsyncSendCustomMessage', { msg: 'm' }, () => assert.fail('called')), -1);
+  assert.equal(session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, () => assert.fail('called')), -1);
   assert.deepEqual(log.brief().pop(), ['ERROR', tag('AsyncSendCustomMessage'), 'thrown %n']);
   await settle();
 });
@@ -173,7 +173,7 @@ test('AsyncSendCustomMessage returns at once and answers the callback later', as
   const session = await loggedIn(t);
   engine.setPlan('SendCustomMessage', { mode: 'hold' });
   const calls = [];
-  const result = session.async_('AsyncSendCustomMessage', { msg: 'm', toUser: 'ann' },
+  const result = session.withCallback('AsyncSendCustomMessage', { msg: 'm', toUser: 'ann' },
     function (...args) { calls.push([this, ...args]); });
   assert.equal(result, 0);
   assert.deepEqual(engine.operations(), [['SendCustomMessage', 'm', 'ann']]);
@@ -190,7 +190,7 @@ test('two pending messages keep their own callbacks, the second under a name of 
   engine.setPlan('SendCustomMessage', { mode: 'hold' });
   const codes = {};
   for (const name of ['first', 'second', 'third']) {
-    session.async_('AsyncSendCustomMessage', { msg: name }, code => (codes[name] = code));
+    session.withCallback('AsyncSendCustomMessage', { msg: name }, code => (codes[name] = code));
   }
   const held = engine.completions().map(({ id }) => id);
   held.reverse().forEach((id, index) => engine.complete(id, 100 + index, { keep: true }));
@@ -211,7 +211,7 @@ test('a completion that comes twice reaches the callback once', async t => {
   const session = await loggedIn(t);
   engine.setPlan('SendCustomMessage', { mode: 'hold' });
   const codes = [];
-  session.async_('AsyncSendCustomMessage', { msg: 'm' }, code => codes.push(code));
+  session.withCallback('AsyncSendCustomMessage', { msg: 'm' }, code => codes.push(code));
   engine.completeOnly(1, { threads: 8, times: 5 });
   await until(() => codes.length);
   await settle();

@@ -3,12 +3,14 @@
 
 #include <string>
 
+#include "engine/engine_interface.h"
+
 namespace kavrin::scripted {
 
 // Carries out one command, a JSON object whose member "command" names it, and returns the answer as
 // JSON text: {"value": ...}, or {"error": text} when the command could not be carried out.
 //
 // Threads: any thread.
-__attribute__((visibility("default"))) std::string execute(const std::string& command);
+KAVRIN_ENGINE_API std::string execute(const std::string& command);
 
 }  // namespace kavrin::scripted

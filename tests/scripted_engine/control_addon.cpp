@@ -3,7 +3,6 @@
 //
 // Exports: command(text), externalAt(bigint), pointerOf(external), apiVersionOf(path),
 // captureStdout(path), flushStdout().
-#include <dlfcn.h>
 #include <node_api.h>
 
 #include <cstdint>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "tests/scripted_engine/control.h"
+#include "tests/scripted_engine/control_host.h"
 
 namespace {
 
@@ -77,30 +77,20 @@ napi_value pointerOf(napi_env env, napi_callback_info info) {
   return address;
 }
 
-// The Node-API version that the module in a file asks for.
 napi_value apiVersionOf(napi_env env, napi_callback_info info) {
   std::string path;
   if (!textFrom(env, argumentOf(env, info), path)) return throwError(env, "a path is needed");
-  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) return throwError(env, "the file cannot be loaded");
-  using GetApiVersion = std::int32_t (*)();
-  const auto getApiVersion =
-      reinterpret_cast<GetApiVersion>(dlsym(library, "node_api_module_get_api_version_v1"));
-  if (getApiVersion == nullptr) return throwError(env, "the file names no version");
+  const auto found = kavrin::scripted::moduleApiVersion(path);
+  if (!found) return throwError(env, "the file names no version");
   napi_value version = nullptr;
-  napi_create_int32(env, getApiVersion(), &version);
+  napi_create_int32(env, *found, &version);
   return version;
 }
 
-// Sends what native code prints through C stdio to a file. Script's own output goes past C stdio
-// and stays where it was, so that the test runner's reports are not mixed with log texts.
 napi_value captureStdout(napi_env env, napi_callback_info info) {
   std::string path;
   if (!textFrom(env, argumentOf(env, info), path)) return throwError(env, "a path is needed");
-  std::FILE* file = std::fopen(path.c_str(), "a");
-  if (file == nullptr) return throwError(env, "the file cannot be opened");
-  std::fflush(stdout);
-  stdout = file;
+  if (!kavrin::scripted::captureStdout(path)) return throwError(env, "the file cannot be opened");
   return nullptr;
 }
 

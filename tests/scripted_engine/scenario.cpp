@@ -1,6 +1,10 @@
 #include "tests/scripted_engine/scenario.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <unistd.h>
+#endif
 
 #include <algorithm>
 #include <chrono>
@@ -13,9 +17,18 @@
 namespace kavrin::scripted {
 namespace {
 
+// The calling thread's number, as system tools show it.
+std::string threadId() {
+#if defined(_WIN32)
+  return std::to_string(::GetCurrentThreadId());
+#else
+  return std::to_string(::gettid());
+#endif
+}
+
 std::string callRecord(int engine, const std::string& operation, const std::string& arguments) {
   return "{\"engine\":" + std::to_string(engine) + ",\"operation\":\"" + operation +
-         "\",\"arguments\":" + arguments + ",\"thread\":" + std::to_string(::gettid()) + "}";
+         "\",\"arguments\":" + arguments + ",\"thread\":" + threadId() + "}";
 }
 
 }  // namespace

@@ -42,6 +42,8 @@ export function runChild(source, options = {}) {
     ...process.env,
     NODE_OPTIONS: '',
     TMPDIR: folder,
+    TEMP: folder,
+    TMP: folder,
     KAVRIN_REPORT: reportFile,
     KAVRIN_MODULE: path.join(real ? distDir : scriptedDir, moduleFile),
     ...env,

@@ -53,9 +53,11 @@ export class Log {
     return fs.statSync(this.file).size;
   }
 
-  // Text written since the last mark.
+  // Text written since the last mark, with the line ends that the module writes: on Windows the C
+  // run time makes each of them two characters.
   text() {
-    return fs.readFileSync(this.file).subarray(this.#start).toString('utf8');
+    const text = fs.readFileSync(this.file).subarray(this.#start).toString('utf8');
+    return process.platform === 'win32' ? text.replaceAll('\r\n', '\n') : text;
   }
 
   // Later reads begin here.

@@ -23,13 +23,13 @@ export class Session {
   }
 
   // execJsonParamFunWithCallback
-  async_(name, params, callback) {
+  withCallback(name, params, callback) {
     return addon.execJsonParamFunWithCallback(this.handle, name, asText(params), callback);
   }
 
   init(params = {}, callback = code => this.codes.push(code)) {
     const all = { rootHost: 'host', logPath: logRoot, puid: room.localUid, password: 'secret' };
-    return this.async_('Init', { ...all, name: 'My Name', ...params }, callback);
+    return this.withCallback('Init', { ...all, name: 'My Name', ...params }, callback);
   }
 
   // Init, with the login completed and its code delivered. The engine's thread is done when this

@@ -23,12 +23,14 @@ export class Environment {
     const file = path.join(newFolder('worker'), 'worker.mjs');
     fs.writeFileSync(file, prelude + source);
     this.worker = new Worker(file, { workerData });
+    // The exit code, or the error that ended the environment; either way it is gone by then.
     this.ended = new Promise((resolve, reject) => {
+      let failure = null;
       this.worker.on('error', error => {
+        failure = error;
         this.#waiting.forEach(waiting => waiting.reject(error));
-        reject(error);
       });
-      this.worker.on('exit', resolve);
+      this.worker.on('exit', code => (failure ? reject(failure) : resolve(code)));
     });
     this.ended.catch(() => {});
     t.after(() => this.terminate());

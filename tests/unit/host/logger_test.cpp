@@ -2,7 +2,6 @@
 #include "support/logger.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <thread>
@@ -73,6 +72,9 @@ TEST_F(LoggerTest, ARecordIsTimeThreadPlaceLevelAndMessage) {
 }
 
 TEST_F(LoggerTest, TheTimeIsLocalAndNow) {
+#if defined(_WIN32)
+  GTEST_SKIP() << "a process has no time zone of its own there; tests/windows has the local time";
+#else
   EXPECT_TRUE(inChild([&] {
     setenv("TZ", "XXX-5:30", 1);
     tzset();
@@ -85,6 +87,7 @@ TEST_F(LoggerTest, TheTimeIsLocalAndNow) {
     EXPECT_LE(std::abs(static_cast<long>(std::mktime(&read) - before)), 1);
     EXPECT_EQ(timegm(&read) - std::mktime(&read), 5 * 3600 + 30 * 60);
   }));
+#endif
 }
 
 TEST_F(LoggerTest, MillisecondsAreNotPadded) {
@@ -217,7 +220,15 @@ TEST_F(LoggerTest, AFolderIsCreatedOneLevelDeep) {
   }));
 }
 
+// Windows takes no folder of 264 bytes from these calls: its own limit is shorter.
+#if defined(_WIN32)
+constexpr bool kTakesLongFolders = false;
+#else
+constexpr bool kTakesLongFolders = true;
+#endif
+
 TEST_F(LoggerTest, FoldersAreCutAt264Bytes) {
+  if (!kTakesLongFolders) GTEST_SKIP() << "Windows takes no folder of 264 bytes";
   EXPECT_TRUE(inChild([&] {
     // Two levels, since a single name is limited as well.
     const std::string parent = folder / std::string(200, 'p');
@@ -232,6 +243,7 @@ TEST_F(LoggerTest, FoldersAreCutAt264Bytes) {
 }
 
 TEST_F(LoggerTest, AFolderOf264BytesIsUsedWhole) {
+  if (!kTakesLongFolders) GTEST_SKIP() << "Windows takes no folder of 264 bytes";
   EXPECT_TRUE(inChild([&] {
     const std::string parent = folder / std::string(200, 'p');
     fs::create_directory(parent);
@@ -243,6 +255,15 @@ TEST_F(LoggerTest, AFolderOf264BytesIsUsedWhole) {
 }
 
 TEST_F(LoggerTest, WithoutAFolderTheDefaultOneIsUsed) {
+#if defined(_WIN32)
+  EXPECT_TRUE(inChild([&] {
+    const fs::path place = fs::path(host::defaultAppFolder()) / "KavrinConferenceNodeExt";
+    fs::remove_all(place);
+    EXPECT_TRUE(logger.open(nullptr));
+    EXPECT_TRUE(logger.isOpen());
+    EXPECT_EQ(filesIn(place).size(), 1u);
+  }));
+#else
   EXPECT_TRUE(inChild([&] {
     setenv("HOME", folder.path().c_str(), 1);
     unsetenv("XDG_CONFIG_HOME");
@@ -253,6 +274,7 @@ TEST_F(LoggerTest, WithoutAFolderTheDefaultOneIsUsed) {
         folder / ("Documents/" + host::executableName() + "/KavrinConferenceNodeExt");
     EXPECT_EQ(filesIn(place).size(), 1u);
   }));
+#endif
 }
 
 TEST_F(LoggerTest, TwoThreadsMayOpenAtOnce) {

@@ -2,6 +2,10 @@
 // environment variables.
 #pragma once
 
+#if defined(_WIN32)
+#include "tests/unit/support/child_process_windows.h"
+#else
+
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -27,3 +31,5 @@ inline ::testing::AssertionResult inChild(const std::function<void()>& work) {
 }
 
 }  // namespace kavrin::testing
+
+#endif

@@ -1,9 +1,9 @@
 // A folder that goes away, with everything in it, when the object does.
 #pragma once
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -12,8 +12,12 @@ namespace kavrin::testing {
 class TempFolder {
  public:
   TempFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "kavrin-test-XXXXXX").string();
-    path_ = mkdtemp(pattern.data());
+    std::random_device random;
+    std::filesystem::path folder;
+    do {
+      folder = std::filesystem::temp_directory_path() / ("kavrin-test-" + std::to_string(random()));
+    } while (!std::filesystem::create_directory(folder));
+    path_ = folder.string();
   }
   ~TempFolder() {
     std::error_code ignored;
@@ -29,8 +33,9 @@ class TempFolder {
   std::string path_;
 };
 
+// A text file's content, with the line ends that the program wrote.
 inline std::string readFile(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(path);
   std::ostringstream text;
   text << file.rdbuf();
   return text.str();
