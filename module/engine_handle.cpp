@@ -56,8 +56,9 @@ napi_value createConfEngine(napi_env env, napi_callback_info) {
   napi_create_object(env, &handle);
   Environment& environment = Environment::of(env);
   std::shared_ptr<Environment::Facade> facade = environment.create();
-  void* number = reinterpret_cast<void*>(environment.nextNumber());
-  if (napi_create_external(env, number, nullptr, nullptr, &external) != napi_ok) {
+  const Environment::HandleNumber number = environment.takeNumber();
+  void* const pointer = reinterpret_cast<void*>(number);
+  if (napi_create_external(env, pointer, nullptr, nullptr, &external) != napi_ok) {
     napi_throw_error(env, nullptr, "Failed to create the external");
     return nullptr;
   }
@@ -66,7 +67,7 @@ napi_value createConfEngine(napi_env env, napi_callback_info) {
     return nullptr;
   }
   facade->registerMethods();
-  environment.adopt(std::move(facade));
+  environment.adopt(number, std::move(facade));
   return handle;
 }
 

@@ -34,13 +34,17 @@ class Environment {
   static Environment& of(napi_env env);
 
   std::shared_ptr<Facade> create() { return std::make_shared<Facade>(hook_); }
-  HandleNumber nextNumber() const { return nextNumber_; }
-  // Makes a facade reachable under nextNumber().
-  void adopt(std::shared_ptr<Facade> facade) { live_.emplace(nextNumber_++, std::move(facade)); }
+  // A number for a handle that is being made. Taken at once, because script that runs while the
+  // handle is made may make others.
+  HandleNumber takeNumber() { return nextNumber_++; }
+  // Makes a facade reachable under its number.
+  void adopt(HandleNumber number, std::shared_ptr<Facade> facade) {
+    live_.emplace(number, std::move(facade));
+  }
 
   // Null when the handle was destroyed or never existed.
   std::shared_ptr<Facade> find(HandleNumber number) const;
-  // True for the number of a handle that has been destroyed.
+  // True for a number that was taken and has no facade (any more).
   bool wasDestroyed(HandleNumber number) const;
   // Ends the facade, now or when the calls that borrow it return.
   void destroy(HandleNumber number) { live_.erase(number); }

@@ -9,7 +9,7 @@ export const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '
 const buildPackages = [
   'g++', 'cmake', 'ninja-build', 'pkg-config', 'rapidjson-dev', 'libxcb1-dev', 'libxcb-randr0-dev',
   'libgstreamer1.0-dev', 'libgstreamer-plugins-base1.0-dev', 'gstreamer1.0-plugins-base',
-  'gstreamer1.0-plugins-good',
+  'gstreamer1.0-plugins-good', 'libyuv-dev',
 ];
 const testPackages = ['clang', 'clang-format', 'libgtest-dev', 'libbenchmark-dev', 'locales', 'xvfb'];
 

@@ -3,7 +3,7 @@ import path from 'node:path';
 
 import { bar, say } from './transcript.mjs';
 
-const loudest = 255;
+const loudest = 100;
 
 const memberStates = new Map([
   [1, 'joined'], [2, 'left'], [3, 'is the host'], [4, 'started the camera'],

@@ -142,8 +142,10 @@ TEST(Takeover, DoesNotCrossRootHosts) {
   ASSERT_EQ(second.login(), code::kOk);
   first.join();
   second.join();
+  ASSERT_TRUE(first.sink.waitUserState("a", user_state::kHost));
+  std::this_thread::sleep_for(50ms);
   EXPECT_EQ(first.attendeeIds(), std::vector<std::string>{"a"});
-  EXPECT_TRUE(first.sink.events("RoomMemberStateChange").size() == 1);  // host
+  EXPECT_EQ(first.sink.events("RoomMemberStateChange").size(), 1u);
 }
 
 }  // namespace

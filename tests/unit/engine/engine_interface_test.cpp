@@ -129,7 +129,7 @@ TEST(EngineInterface, RecordsHaveTheirSizes) {
 // Where a field lies in an object of its record.
 template <typename Record, typename Field>
 std::size_t placeOf(Field Record::*field) {
-  static const Record record{};
+  const Record record{};
   return static_cast<std::size_t>(reinterpret_cast<const char*>(&(record.*field)) -
                                   reinterpret_cast<const char*>(&record));
 }

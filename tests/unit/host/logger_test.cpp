@@ -4,13 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <regex>
 #include <thread>
 #include <vector>
 
 #include "support/host_services.h"
 #include "tests/unit/support/child_process.h"
 #include "tests/unit/support/log_capture.h"
+#include "tests/unit/support/pattern.h"
 #include "tests/unit/support/stdout_capture.h"
 #include "tests/unit/support/temp_folder.h"
 
@@ -21,6 +21,7 @@ namespace fs = std::filesystem;
 using testing::inChild;
 using testing::LogRecord;
 using testing::parseLog;
+using testing::Pattern;
 using testing::readFile;
 using testing::StdoutCapture;
 using testing::TempFolder;
@@ -62,11 +63,11 @@ TEST_F(LoggerTest, ARecordIsTimeThreadPlaceLevelAndMessage) {
   EXPECT_TRUE(inChild([&] {
     logger.open(folder.path().c_str());
     logger.write(kLogDebug, 58, "KavrinNodeConferenceEngine::GetSDKVersion", "call %s %d", "x", 7);
-    const std::regex format(
-        "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.(0|[1-9]\\d{0,2}) \\[" +
+    const Pattern format(
+        "^[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.(0|[1-9][0-9]{0,2}) \\[" +
         std::to_string(host::currentThreadId()) +
-        "\\]\\[:KavrinNodeConferenceEngine::GetSDKVersion:58\\]\\[DEBUG\\]call x 7\n");
-    EXPECT_TRUE(std::regex_match(logText(), format)) << logText();
+        "\\]\\[:KavrinNodeConferenceEngine::GetSDKVersion:58\\]\\[DEBUG\\]call x 7\n$");
+    EXPECT_TRUE(format.isIn(logText())) << logText();
   }));
 }
 
@@ -93,14 +94,14 @@ TEST_F(LoggerTest, MillisecondsAreNotPadded) {
   EXPECT_TRUE(inChild([&] {
     logger.open(folder.path().c_str());
     // Within a second there are times below 100 ms.
-    const std::regex padded("\\.0\\d");
+    const Pattern padded("\\.0[0-9]");
     for (int i = 0; i < 1100; ++i) {
       logger.write(kLogInfo, 1, "f", "m");
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     bool shortSeen = false;
     for (const LogRecord& record : parseLog(logText())) {
-      EXPECT_FALSE(std::regex_search(record.time, padded)) << record.time;
+      EXPECT_FALSE(padded.isIn(record.time)) << record.time;
       if (record.time.size() - record.time.find('.') < 4) shortSeen = true;
     }
     EXPECT_TRUE(shortSeen);
@@ -178,9 +179,10 @@ TEST_F(LoggerTest, LongMessagesAndTextsOfScriptArriveWhole) {
 TEST_F(LoggerTest, TheFileIsNamedByTheTimeOfDayWithoutADate) {
   EXPECT_TRUE(inChild([&] {
     logger.open(folder.path().c_str());
-    const std::regex name("KVNodeExt_([01]\\d|2[0-3])[0-5]\\d[0-5]\\d\\.(0|[1-9]\\d{0,2})\\.log");
+    const Pattern name(
+        "^KVNodeExt_([01][0-9]|2[0-3])[0-5][0-9][0-5][0-9]\\.(0|[1-9][0-9]{0,2})\\.log$");
     const std::string file = filesIn(folder.path()).at(0).filename().string();
-    EXPECT_TRUE(std::regex_match(file, name)) << file;
+    EXPECT_TRUE(name.isIn(file)) << file;
   }));
 }
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <regex>
 
+#include "tests/unit/support/pattern.h"
 #include "tests/unit/support/temp_folder.h"
 
 namespace kavrin::testing {
@@ -25,20 +25,20 @@ const std::string& logFile() {
 }  // namespace
 
 std::vector<LogRecord> parseLog(const std::string& text) {
-  static const std::regex header(
-      "^(\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{1,3}) "
-      "\\[(\\d+)\\]\\[([^:\\]]*):([^\\]]*):(\\d+)\\]\\[([A-Z]*)\\]");
+  static const Pattern header(
+      "^([0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{1,3}) "
+      "\\[([0-9]+)\\]\\[([^]:]*):([^]]*):([0-9]+)\\]\\[([A-Z]*)\\]");
   std::vector<LogRecord> records;
   std::size_t start = 0;
   while (start < text.size()) {
     const std::size_t end = std::min(text.find('\n', start), text.size());
     const std::string line = text.substr(start, end - start);
     start = end + 1;
-    std::smatch match;
-    const std::string head = line.substr(0, 300);
-    if (std::regex_search(head, match, header)) {
+    Pattern::Groups match;
+    constexpr std::size_t kLongestHeader = 300;
+    if (header.isIn(line.substr(0, kLongestHeader), &match)) {
       records.push_back({match[1], match[2], match[3], match[4], std::stoi(match[5]), match[6],
-                         line.substr(static_cast<std::size_t>(match.length()))});
+                         line.substr(match[0].size())});
     } else if (!records.empty()) {
       records.back().message += "\n" + line;
     }
