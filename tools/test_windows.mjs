@@ -56,7 +56,7 @@ async function runProgram({ name, command }, { env = {}, args = [], title = name
   const start = Date.now();
   const run = await runWine(command, args, { env, cwd: buildDir, timeoutMs: fileTimeLimitMs });
   run.stdout = run.stdout.replaceAll('\r\n', '\n');
-  const names = (mark) => [...run.stdout.matchAll(new RegExp(`^\\[ +${mark} +\\] ([^ ,]+)`, 'gm'))]
+  const names = (mark) => [...run.stdout.matchAll(new RegExp(`^\\[ +${mark} +\\] ([^\\s,]+)`, 'gm'))]
     .map(([, test]) => test);
   const skips = [...run.stdout.matchAll(/: Skipped\n(.*)\n+\[ +SKIPPED +\] (\S+)/g)]
     .map(([, reason, test]) => ({ name: test, reason }));

@@ -66,7 +66,7 @@ TEST_F(LoggerTest, ARecordIsTimeThreadPlaceLevelAndMessage) {
     const Pattern format(
         "^[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.(0|[1-9][0-9]{0,2}) \\[" +
         std::to_string(host::currentThreadId()) +
-        "\\]\\[:KavrinNodeConferenceEngine::GetSDKVersion:58\\]\\[DEBUG\\]call x 7\n$");
+        "]\\[:KavrinNodeConferenceEngine::GetSDKVersion:58]\\[DEBUG]call x 7\n$");
     EXPECT_TRUE(format.isIn(logText())) << logText();
   }));
 }

@@ -27,7 +27,7 @@ const std::string& logFile() {
 std::vector<LogRecord> parseLog(const std::string& text) {
   static const Pattern header(
       "^([0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{1,3}) "
-      "\\[([0-9]+)\\]\\[([^]:]*):([^]]*):([0-9]+)\\]\\[([A-Z]*)\\]");
+      "\\[([0-9]+)]\\[([^]:]*):([^]]*):([0-9]+)]\\[([A-Z]*)]");
   std::vector<LogRecord> records;
   std::size_t start = 0;
   while (start < text.size()) {
