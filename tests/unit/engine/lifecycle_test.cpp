@@ -1,6 +1,7 @@
 // Start, description and end of the engine, with the lines that support knows by their numbers.
 #include <filesystem>
 
+#include "support/host_services.h"
 #include "tests/unit/support/expected_leaks.h"
 #include "tests/unit/support/facade_fixture.h"
 
@@ -33,9 +34,10 @@ TEST_F(LifecycleTest, InitCreatesAndStartsTheEngine) {
   testing::setPlan("Init", "hold");
   Texts answers;
   EXPECT_EQ(withCallback("Init", initText(), env.recorder(answers)).toInt32(), 0);
-  const std::string logs = folder / "_me";
+  const std::string logs = host::joinPath(folder.path(), "_me");
   EXPECT_TRUE(fs::is_directory(logs));
-  EXPECT_EQ(calls(), (Texts{"CreateConfEngine[true]", "SetLogFilePath[\"" + logs + "\"]",
+  const std::string quotedLogs = testing::quoted(logs);
+  EXPECT_EQ(calls(), (Texts{"CreateConfEngine[true]", "SetLogFilePath[" + quotedLogs + "]",
                             "SetRootHost[\"host\"]", "Init[\"me\",\"Me\",\"secret\"]"}));
   EXPECT_EQ(numbered("Init"), (Texts{"INFO 212 SetLogFilePath:" + logs, "INFO 214 SetRootHost:host",
                                      "INFO 216 Init name:Me"}));
@@ -223,6 +225,9 @@ TEST_F(LifecycleTest, TheLibrarysOwnVersionComesFirst) {
 }
 
 TEST_F(LifecycleTest, VersionsOfFilesStandInForTheLibrarys) {
+#if defined(_WIN32)
+  GTEST_SKIP() << "versions are in the libraries' resources there; tests/script covers them";
+#endif
   testing::writeFile(folder / "libKavrinConferenceEngine.so.1.2.3.4", "");
   testing::writeFile(folder / "libKavrinRTCEngine.so.5.6.7.8", "");
   fs::create_symlink("libKavrinConferenceEngine.so.1.2.3.4",

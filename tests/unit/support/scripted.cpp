@@ -17,4 +17,10 @@ std::vector<std::string> engineCalls() {
   return result;
 }
 
+std::string quoted(const std::string& text) {
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer<rapidjson::StringBuffer>(buffer).String(text.c_str());
+  return buffer.GetString();
+}
+
 }  // namespace kavrin::testing

@@ -22,6 +22,9 @@ inline rapidjson::Document steer(const std::string& command) {
 // The calls since the last reset, as "JoinRoom[\"r\"]".
 std::vector<std::string> engineCalls();
 
+// A text as it stands in these, with quotation marks and escapes.
+std::string quoted(const std::string& text);
+
 // Objects of the engine library that are alive.
 inline int liveEngines() { return steer("{\"command\":\"live\"}")["value"]["engines"].GetInt(); }
 

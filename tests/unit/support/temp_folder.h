@@ -17,7 +17,7 @@ class TempFolder {
     do {
       folder = std::filesystem::temp_directory_path() / ("kavrin-test-" + std::to_string(random()));
     } while (!std::filesystem::create_directory(folder));
-    path_ = folder.string();
+    path_ = folder.generic_string();  // goes into JSON texts as it is
   }
   ~TempFolder() {
     std::error_code ignored;
