@@ -64,7 +64,11 @@ ScriptedEngine::ScriptedEngine(KavrinConferenceEngineEvent* sink)
   call("CreateConfEngine", sink != nullptr);
 }
 
-ScriptedEngine::~ScriptedEngine() { call("DestroyConfEngine"); }
+// The gate is still open when UnInit threw.
+ScriptedEngine::~ScriptedEngine() {
+  slot_->gate.close();
+  call("DestroyConfEngine");
+}
 
 template <typename... Arguments>
 std::int32_t ScriptedEngine::call(const char* operation, const Arguments&... arguments) {
