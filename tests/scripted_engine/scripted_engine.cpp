@@ -64,11 +64,7 @@ ScriptedEngine::ScriptedEngine(KavrinConferenceEngineEvent* sink)
   call("CreateConfEngine", sink != nullptr);
 }
 
-// The gate is still open when UnInit threw.
-ScriptedEngine::~ScriptedEngine() {
-  slot_->gate.close();
-  call("DestroyConfEngine");
-}
+ScriptedEngine::~ScriptedEngine() { call("DestroyConfEngine"); }
 
 template <typename... Arguments>
 std::int32_t ScriptedEngine::call(const char* operation, const Arguments&... arguments) {
@@ -89,8 +85,15 @@ void ScriptedEngine::Init(const char* userId, const char* name, const char* pass
       [run = std::move(completion)](std::int32_t code, const char* /*text*/) { run(code); });
 }
 
+// Callbacks end here even when a test makes this throw.
 std::int32_t ScriptedEngine::UnInit() {
-  const std::int32_t result = call("UnInit");
+  std::int32_t result = 0;
+  try {
+    result = call("UnInit");
+  } catch (...) {
+    slot_->gate.close();
+    throw;
+  }
   slot_->gate.close();
   Scenario::instance().runHooks("UnInit", true);
   return result;
