@@ -12,15 +12,19 @@ function isConfigured(preset, withTests) {
   return built || !withTests;
 }
 
-/** Builds `preset` into build/<preset>; with `withTests`, the test programs too. */
-export function build(preset, { withTests = false } = {}) {
+/**
+ * Builds `preset` into build/<preset>; with `withTests`, the test programs too, with `targets`, those
+ * alone.
+ */
+export function build(preset, { withTests = false, targets = [] } = {}) {
   const quiet = { stdio: ['ignore', 'ignore', 'inherit'] };
   if (!isConfigured(preset, withTests)) {
     console.log(`Configuring ${preset} …`);
     run('cmake', ['--preset', preset, `-DKAVRIN_BUILD_TESTS=${withTests ? 'ON' : 'OFF'}`], quiet);
   }
   console.log(`Building ${preset} …`);
-  run('cmake', ['--build', '--preset', preset], process.env.CI ? quiet : {});
+  const wanted = targets.length > 0 ? ['--target', ...targets] : [];
+  run('cmake', ['--build', '--preset', preset, ...wanted], process.env.CI ? quiet : {});
 }
 
 if (process.argv[1] === fileURLToPath(import.meta.url)) {

@@ -10,12 +10,18 @@ const prebuilds = path.join(root, 'prebuilds');
 
 // Our own engine library goes along where there is one; on Windows the engine is its maker's.
 const platforms = [
-  { name: 'linux-x64', preset: 'release', strip: 'strip' },
-  { name: 'win32-x64', preset: 'windows', strip: 'x86_64-w64-mingw32-strip' },
+  {
+    name: 'linux-x64', preset: 'release', strip: 'strip',
+    targets: ['KavrinConferenceNodeExt', 'KavrinConferenceEngine'],
+  },
+  {
+    name: 'win32-x64', preset: 'windows', strip: 'x86_64-w64-mingw32-strip',
+    targets: ['KavrinConferenceNodeExt'],
+  },
 ];
 
-function collect({ name, preset, strip }) {
-  build(preset);
+function collect({ name, preset, strip, targets }) {
+  build(preset, { targets });
   const from = path.join(root, 'build', preset, 'dist');
   const to = path.join(prebuilds, name);
   mkdirSync(to, { recursive: true });

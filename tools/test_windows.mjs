@@ -55,6 +55,7 @@ function testPrograms() {
 async function runProgram({ name, command }, { env = {}, args = [], title = name } = {}) {
   const start = Date.now();
   const run = await runWine(command, args, { env, cwd: buildDir, timeoutMs: fileTimeLimitMs });
+  run.stdout = run.stdout.replaceAll('\r\n', '\n');
   const names = (mark) => [...run.stdout.matchAll(new RegExp(`^\\[ +${mark} +\\] ([^ ,]+)`, 'gm'))]
     .map(([, test]) => test);
   const skips = [...run.stdout.matchAll(/: Skipped\n(.*)\n+\[ +SKIPPED +\] (\S+)/g)]

@@ -4,7 +4,7 @@ import fs from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
 import { addComponent, componentFile } from './support/components.mjs';
-import { asCommand, engine, settle, until } from './support/scripted.mjs';
+import { asCommand, currentThread, engine, settle, until } from './support/scripted.mjs';
 import { runChildWell } from './support/child.mjs';
 import { forget, log, loggedIn, logRoot, newSession } from './support/session.mjs';
 import { newFolder } from './support/workspace.mjs';
@@ -32,7 +32,7 @@ test('every operation is called from the script thread', async t => {
   const session = await newSession(t).join();
   session.json('LeaveRoom');
   session.json('UnInit');
-  const elsewhere = engine.calls().filter(call => call.thread !== process.pid);
+  const elsewhere = engine.calls().filter(call => call.thread !== currentThread());
   assert.deepEqual(elsewhere.map(call => call.operation), ['EnableExternalRender'],
     'but the one that belongs to the completion');
 });
@@ -84,7 +84,7 @@ test('the completion logs its code on the engine thread', t => {
   const [record, ...more] = log.records();
   assert.deepEqual([record.level, record.tag, record.line, record.message],
     ['INFO', completionTag, 230, 'method return -9']);
-  assert.notEqual(record.thread, process.pid);
+  assert.notEqual(record.thread, currentThread());
   assert.deepEqual(more, []);
 });
 

@@ -2,7 +2,7 @@
 // native code can make: externals that wrap any pointer, and captured C standard output.
 //
 // Exports: command(text), externalAt(bigint), pointerOf(external), apiVersionOf(path),
-// captureStdout(path), flushStdout().
+// currentThread(), captureStdout(path), flushStdout().
 #include <node_api.h>
 
 #include <cstdint>
@@ -94,6 +94,12 @@ napi_value captureStdout(napi_env env, napi_callback_info info) {
   return nullptr;
 }
 
+napi_value currentThread(napi_env env, napi_callback_info /*info*/) {
+  napi_value number = nullptr;
+  napi_create_uint32(env, kavrin::scripted::currentThread(), &number);
+  return number;
+}
+
 napi_value flushStdout(napi_env /*env*/, napi_callback_info /*info*/) {
   std::fflush(stdout);
   return nullptr;
@@ -107,6 +113,8 @@ NAPI_MODULE_INIT() {
       {"externalAt", nullptr, externalAt, nullptr, nullptr, nullptr, napi_enumerable, nullptr},
       {"pointerOf", nullptr, pointerOf, nullptr, nullptr, nullptr, napi_enumerable, nullptr},
       {"apiVersionOf", nullptr, apiVersionOf, nullptr, nullptr, nullptr, napi_enumerable, nullptr},
+      {"currentThread", nullptr, currentThread, nullptr, nullptr, nullptr, napi_enumerable,
+       nullptr},
       {"captureStdout", nullptr, captureStdout, nullptr, nullptr, nullptr, napi_enumerable,
        nullptr},
       {"flushStdout", nullptr, flushStdout, nullptr, nullptr, nullptr, napi_enumerable, nullptr},

@@ -1,4 +1,5 @@
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <cstdio>
 
@@ -15,6 +16,8 @@ std::optional<std::int32_t> moduleApiVersion(const std::string& path) {
   if (getApiVersion == nullptr) return std::nullopt;
   return getApiVersion();
 }
+
+std::uint32_t currentThread() { return static_cast<std::uint32_t>(::gettid()); }
 
 bool captureStdout(const std::string& path) {
   std::FILE* file = std::fopen(path.c_str(), "a");

@@ -17,6 +17,8 @@ std::optional<std::int32_t> moduleApiVersion(const std::string& path) {
   return getApiVersion();
 }
 
+std::uint32_t currentThread() { return GetCurrentThreadId(); }
+
 // The C run time of the addons and the one inside Node share the system's handle behind standard
 // output. Reopening the stream closes that handle, which Node still needs: it is protected
 // meanwhile.

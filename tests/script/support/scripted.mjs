@@ -24,9 +24,9 @@ export function stdoutText() {
   return fs.readFileSync(stdoutFile, 'utf8');
 }
 
-// An external that wraps `address` (a BigInt), the address that an external wraps, and the Node-API
-// version that the module in a file asks for.
-export const { externalAt, pointerOf, apiVersionOf } = control;
+// An external that wraps `address` (a BigInt), the address that an external wraps, the Node-API
+// version that the module in a file asks for, and the calling thread's number as logs show it.
+export const { externalAt, pointerOf, apiVersionOf, currentThread } = control;
 
 function command(name, members = {}) {
   const answer = JSON.parse(control.command(JSON.stringify({ ...members, command: name })));
