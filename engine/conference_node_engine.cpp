@@ -21,8 +21,19 @@ KavrinNodeConferenceEngine::KavrinNodeConferenceEngine(kavrin::EnvironmentHook& 
 
 KavrinNodeConferenceEngine::~KavrinNodeConferenceEngine() {
   endSession();
+  stopLeftBehind();
   completions_->close();
   eventSink_.reset();
+}
+
+void KavrinNodeConferenceEngine::stopLeftBehind() {
+  for (KavrinConferenceEngine* engine : leftBehind_) {
+    try {
+      engine->UnInit();
+    } catch (...) {
+      // The start of this engine failed, too; there is nobody left to tell.
+    }
+  }
 }
 
 void KavrinNodeConferenceEngine::LogE(const std::string& message) {

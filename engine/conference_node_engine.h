@@ -13,8 +13,9 @@
 //    lock; only runFunction() adds to them, for unknown names.
 //
 // Shutdown, in this order: the engine is stopped, so that no callback or completion is under way;
-// late completions are shut out; the engine is destroyed; the sink; then the rest in reverse order
-// of declaration, the frame store's and the registry's holds on script values among it.
+// late completions are shut out; the engine is destroyed; engines whose start failed are stopped;
+// the sink is destroyed; then the rest in reverse order of declaration, the frame store's and the
+// registry's holds on script values among it.
 #pragma once
 
 #include <functional>
@@ -92,6 +93,9 @@ class KavrinNodeConferenceEngine final : public kavrin::LogSink, private kavrin:
   void startSession(std::unique_ptr<kavrin::EngineSession> session);
   // Stops and destroys the engine, if there is one.
   void endSession() { session_.reset(); }
+  // An engine whose start failed is nobody's and is not destroyed. It knows the sink, though, so it
+  // is stopped before the sink goes away.
+  void leaveBehind(KavrinConferenceEngine& engine) { leftBehind_.push_back(&engine); }
 
   // The user whose login was answered last; empties it as well.
   void setUserId(const std::string& puid);
@@ -112,6 +116,7 @@ class KavrinNodeConferenceEngine final : public kavrin::LogSink, private kavrin:
   void add(const char* name, kavrin::ArgumentHandler handler);
   void add(const char* name, kavrin::JsonHandler handler);
   void add(const char* name, kavrin::JsonCallbackHandler handler);
+  void stopLeftBehind();
 
   kavrin::Logger logger_;
   kavrin::EventEmitter emitter_;
@@ -128,6 +133,7 @@ class KavrinNodeConferenceEngine final : public kavrin::LogSink, private kavrin:
   std::string puid_ KAVRIN_GUARDED_BY(puidMutex_);
   std::unique_ptr<KavrinConferenceEngineEventImpl> eventSink_;
   std::unique_ptr<kavrin::EngineSession> session_;
+  std::vector<KavrinConferenceEngine*> leftBehind_;
 };
 
 namespace kavrin {

@@ -121,10 +121,27 @@ struct LoginCompletion {
   }
 };
 
-void startEngine(Facade& facade, napi_env env, const InitParameters& parameters,
-                 napi_value callback) {
+// Starts the engine's login. What the engine throws goes on to the caller.
+std::unique_ptr<EngineSession> logIn(Facade& facade, napi_env env, Engine& engine,
+                                     const InitParameters& parameters, napi_value callback,
+                                     const std::string& logFolder) {
   const char* tag = kTag<"Init">.text;
   Logger& log = facade.log();
+  log.write(kLogInfo, kInitLogPath, tag, "SetLogFilePath:%s", logFolder.c_str());
+  engine.SetLogFilePath(logFolder.c_str());
+  log.write(kLogInfo, kInitRootHost, tag, "SetRootHost:%s", parameters.rootHost.c_str());
+  engine.SetRootHost(parameters.rootHost.c_str());
+  log.write(kLogInfo, kInitName, tag, "Init name:%s", parameters.name.c_str());
+  const std::string key = facade.emitter().registerApiCallback(env, callback, "Init");
+  const auto engineCalls = std::make_shared<RunDown>();
+  engine.Init(parameters.puid.c_str(), parameters.name.c_str(), parameters.password.c_str(),
+              LoginCompletion{&facade, &engine, CompletionTicket(facade.completions()), engineCalls,
+                              parameters.puid, key});
+  return std::make_unique<EngineSession>(engine, engineCalls);
+}
+
+void startEngine(Facade& facade, napi_env env, const InitParameters& parameters,
+                 napi_value callback) {
   facade.state.initialized = true;
   facade.endSession();
   facade.state.rootHost = parameters.rootHost;
@@ -132,17 +149,12 @@ void startEngine(Facade& facade, napi_env env, const InitParameters& parameters,
   const std::string logFolder = prepareLogFolder(facade, parameters.puid);
   Engine* engine = Engine::CreateConfEngine(&facade.eventSink());
   if (engine == nullptr) throw std::runtime_error("the engine library created no engine");
-  log.write(kLogInfo, kInitLogPath, tag, "SetLogFilePath:%s", logFolder.c_str());
-  engine->SetLogFilePath(logFolder.c_str());
-  log.write(kLogInfo, kInitRootHost, tag, "SetRootHost:%s", parameters.rootHost.c_str());
-  engine->SetRootHost(parameters.rootHost.c_str());
-  log.write(kLogInfo, kInitName, tag, "Init name:%s", parameters.name.c_str());
-  const std::string key = facade.emitter().registerApiCallback(env, callback, "Init");
-  const auto engineCalls = std::make_shared<RunDown>();
-  engine->Init(parameters.puid.c_str(), parameters.name.c_str(), parameters.password.c_str(),
-               LoginCompletion{&facade, engine, CompletionTicket(facade.completions()), engineCalls,
-                               parameters.puid, key});
-  facade.startSession(std::make_unique<EngineSession>(*engine, engineCalls));
+  try {
+    facade.startSession(logIn(facade, env, *engine, parameters, callback, logFolder));
+  } catch (...) {
+    facade.leaveBehind(*engine);
+    throw;
+  }
 }
 
 Variant init(Facade& facade, napi_env env, const std::string& json, napi_value callback) {

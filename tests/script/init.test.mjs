@@ -183,6 +183,21 @@ test('after an Init that failed, the process can end', async () => {
   `, { timeoutMs: 20000 });
 });
 
+test('an engine whose start failed reports nothing once its handle is gone', async () => {
+  const { report } = await runChildWell(`
+    const session = new Session();
+    engine.setThrow('Init', 'no');
+    session.init();
+    engine.setThrow('Init');
+    engine.fire('OnRoomStateChange', [1], { room });
+    const before = session.events().length;
+    session.destroy();
+    engine.fire('OnRoomStateChange', [1], { room, threads: 8, count: 100 });
+    report({ before, ends: engine.operations().slice(-2) });
+  `);
+  assert.deepEqual(report, { before: 1, ends: [['Init', 'me', 'My Name', 'secret'], ['UnInit']] });
+});
+
 test('a callback that is no function is refused with a text', async t => {
   const session = await loggedIn(t);
   engine.setPlan('Init', { mode: 'hold' });

@@ -85,8 +85,15 @@ void ScriptedEngine::Init(const char* userId, const char* name, const char* pass
       [run = std::move(completion)](std::int32_t code, const char* /*text*/) { run(code); });
 }
 
+// Callbacks end here even when a test makes this throw.
 std::int32_t ScriptedEngine::UnInit() {
-  const std::int32_t result = call("UnInit");
+  std::int32_t result = 0;
+  try {
+    result = call("UnInit");
+  } catch (...) {
+    slot_->gate.close();
+    throw;
+  }
   slot_->gate.close();
   Scenario::instance().runHooks("UnInit", true);
   return result;

@@ -250,7 +250,7 @@ std::string padded(const std::string& text, bool behind) {
 TEST(JsonText, ErrorTextsAreThoseOfTheDefaultParser) {
   std::mt19937 random(20260305);
   int failures = 0;
-  for (int i = 0; i < 20000; ++i) {
+  for (int i = 0; i < 5000; ++i) {
     const std::string text = i % 2 == 0 ? randomText(random) : damagedText(random);
     for (const std::string& variant : {text, padded(text, false), padded(text, true)}) {
       const std::string expected = expectedError(variant);
@@ -258,7 +258,7 @@ TEST(JsonText, ErrorTextsAreThoseOfTheDefaultParser) {
       ASSERT_EQ(parseError(variant), expected) << "text: " << text;
     }
   }
-  EXPECT_GT(failures, 10000);
+  EXPECT_GT(failures, 2500);
 }
 
 // --- Readers

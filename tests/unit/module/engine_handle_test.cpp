@@ -151,12 +151,14 @@ TEST_F(EngineHandleTest, WhatIsNoLiveHandleIsRefusedByEveryFunction) {
     object->set("__engine", env.external(pointer));
     return object;
   };
-  const auto forged = [&](std::uintptr_t number) {
-    return withExternal(reinterpret_cast<void*>(number));
+  const auto forged = [&](std::uintptr_t value) {
+    return withExternal(reinterpret_cast<void*>(value));
   };
   int local = 0;
   napi_value destroyed = create();
   call("destroyConfEngine", {destroyed});
+  const auto number =
+      reinterpret_cast<std::uintptr_t>(destroyed->find("__engine")->value->external);
   const BadHandle rows[] = {
       {"undefined", [&] { return env.undefined(); }, false},
       {"null", [&] { return env.null(); }, false},
@@ -174,12 +176,13 @@ TEST_F(EngineHandleTest, WhatIsNoLiveHandleIsRefusedByEveryFunction) {
        false},
       {"an external itself", [&] { return env.external(&local); }, false},
       {"somebody else's external", [&] { return withExternal(&local); }, false},
-      {"the future", [&] { return forged(1000); }, false},
-      {"the next handle", [&] { return forged(2); }, false},
+      {"the future", [&] { return forged(number + 1000); }, false},
+      {"the next handle", [&] { return forged(number + 1); }, false},
+      {"the one before the first", [&] { return forged(number - 1); }, number == 1},
       {"the largest number", [&] { return forged(~std::uintptr_t{0}); }, false},
       {"no pointer", [&] { return withExternal(nullptr); }, true},
       {"a destroyed one", [&] { return destroyed; }, true},
-      {"a forged destroyed one", [&] { return forged(1); }, true},
+      {"a forged destroyed one", [&] { return forged(number); }, true},
       {"a getter that throws",
        [&] {
          napi_value object = env.object();

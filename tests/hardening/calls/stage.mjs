@@ -1,0 +1,285 @@
+// What the lines of a sequence can name: the module's functions, handles of every kind, values that
+// only a hostile script makes, and the scripted engine.
+//
+// The functions in `m` count their calls, swallow what they may throw and note what they may not.
+import { setTimeout as sleep } from 'node:timers/promises';
+import {
+  addon, engine, externalAt, pointerOf, room,
+} from '../../script/support/scripted.mjs';
+import { newFolder } from '../../script/support/workspace.mjs';
+
+export { engine, externalAt, room };
+
+const logRoot = newFolder('logs');
+
+// --- What goes wrong ----------------------------------------------------------------------------
+
+class Mine extends Error {}
+export const mine = () => new Mine('thrown by the script itself');
+
+export const failures = [];
+const fail = what => failures.length < 5 && failures.push(what);
+
+// The module's own errors, and the words of the script machine for what hostile values do.
+const expectedErrors = new RegExp([
+  '^Expected an object as the first argument$', '^Wrong number of arguments$',
+  'Invalid arguments to o(n|ff)\\(\\)', '^Invalid event name$', '^Failed to create reference$',
+  '^Failed to create threadsafe function$', '^Argument must be a Buffer$',
+  'on a proxy that has been revoked', 'Cannot convert a Symbol value',
+].join('|'));
+
+export function judge(error) {
+  if (error instanceof Mine || expectedErrors.test(error?.message ?? '')) return;
+  fail(`unexpected error: ${error?.stack ?? String(error)}`);
+}
+
+const longestCallMs = 20000;
+// How many calls there were, and how many engines did not start: those are not destroyed.
+export const progress = { calls: 0, failedStarts: 0 };
+
+function wrapped(name) {
+  return (...given) => {
+    progress.calls += 1;
+    const start = Date.now();
+    try {
+      const result = addon[name](...given);
+      if (name === 'createConfEngine') note(result);
+      if (given[1] === 'Init' && result === -1) progress.failedStarts += 1;
+      if (name === 'destroyConfEngine') noteDestroyed(given[0]);
+      return result;
+    } catch (error) {
+      judge(error);
+      return undefined;
+    } finally {
+      const ms = Date.now() - start;
+      if (ms > longestCallMs) fail(`${name} took ${ms} ms`);
+    }
+  };
+}
+
+export const m = Object.fromEntries(Object.keys(addon).map(name => [name, wrapped(name)]));
+
+// --- Handles ------------------------------------------------------------------------------------
+
+// Every handle that script holds and what it stands for: {handle, destroyed}.
+const sessions = new WeakMap();
+const live = new Set();
+const slots = [];
+const destroyed = [];
+let numbers = new BigUint64Array(8);
+
+// Numbers of handles, shared by the threads of the process.
+export const shareNumbers = shared => { numbers = new BigUint64Array(shared); };
+
+function note(handle) {
+  const made = { handle, destroyed: false };
+  sessions.set(handle, made);
+  live.add(made);
+  numbers[Math.floor(Math.random() * numbers.length)] = pointerOf(handle.__engine);
+}
+
+export function create(slot) {
+  slots[slot] = sessions.get(m.createConfEngine());
+  return slots[slot];
+}
+
+const session = slot => slots[slot] ?? create(slot);
+export const h = slot => session(slot).handle;
+
+function noteDestroyed(value) {
+  const known = typeof value === 'object' && value !== null ? sessions.get(value) : undefined;
+  if (!known) return;
+  known.destroyed = true;
+  live.delete(known);
+  destroyed.push(known.handle);
+  if (destroyed.length > 50) destroyed.shift();
+}
+
+export const gone = index => destroyed[index % Math.max(destroyed.length, 1)] ?? {};
+export const foreign = index => ({ __engine: externalAt(numbers[index]) });
+export const forged = address => ({ __engine: externalAt(BigInt(address)) });
+
+function standingFor(handle, stand) {
+  if (sessions.has(handle)) sessions.set(stand, sessions.get(handle));
+  return stand;
+}
+
+export const proxied = handle => standingFor(handle, new Proxy(handle, {}));
+export const inheriting = handle => standingFor(handle, Object.create(handle));
+export const throwing = () => ({ get __engine() { throw mine(); } });
+
+export function acting(handle, act) {
+  const external = handle.__engine;
+  return standingFor(handle, { get __engine() { act(); return external; } });
+}
+
+// A callback that must not run once its handle is destroyed.
+export function watched(slot) {
+  const owner = session(slot);
+  return () => {
+    if (owner.destroyed) fail('a callback ran after destroyConfEngine had returned');
+  };
+}
+
+export function login(user, withLog) {
+  return JSON.stringify({ rootHost: 'host', logPath: withLog ? logRoot : '/nonexistent/folder',
+    puid: user, password: 'p', name: 'n' });
+}
+
+// --- Values -------------------------------------------------------------------------------------
+
+export const text = length => 'x'.repeat(length);
+export const wideText = length => '你'.repeat(length);
+export const loneSurrogates = length => '\ud800'.repeat(length);
+export const nested = depth => '['.repeat(depth) + ']'.repeat(depth);
+export const hugeMember = key => `{${JSON.stringify(key)}:"${text(2000000)}"}`;
+
+export function cyclic() {
+  const object = {};
+  object.self = object;
+  return object;
+}
+
+export function cyclicArray() {
+  const list = ['a'];
+  list.push(list);
+  return list;
+}
+
+export function deepArray(depth) {
+  let list = [];
+  for (let i = 0; i < depth; i++) list = [list];
+  return list;
+}
+
+export const sparse = length => new Array(length);
+
+export function revokedProxy() {
+  const { proxy, revoke } = Proxy.revocable({}, {});
+  revoke();
+  return proxy;
+}
+
+const thrower = () => { throw mine(); };
+const traps = ['get', 'set', 'has', 'deleteProperty', 'ownKeys', 'getOwnPropertyDescriptor',
+  'defineProperty', 'getPrototypeOf', 'isExtensible'];
+const hostileTraps = Object.fromEntries(traps.map(name => [name, thrower]));
+export const hostileProxy = () => new Proxy({}, hostileTraps);
+
+export function gettingArray(list, act) {
+  Object.defineProperty(list, 0, { get() { act(); return 'a'; }, configurable: true });
+  return list;
+}
+
+export function shrinkingArray(length) {
+  const list = Array.from({ length }, () => 'a');
+  return gettingArray(list, () => { list.length = 0; });
+}
+
+export function detached(length) {
+  const memory = new ArrayBuffer(length);
+  const view = new Uint8Array(memory);
+  structuredClone(memory, { transfer: [memory] });
+  return view;
+}
+
+const resizableBuffers = [];
+const canResize = 'resize' in ArrayBuffer.prototype;
+
+export function resizable(length, most) {
+  if (!canResize) return Buffer.alloc(length);
+  const memory = new ArrayBuffer(length, { maxByteLength: most });
+  resizableBuffers.push(memory);
+  if (resizableBuffers.length > 10) resizableBuffers.shift();
+  return new Uint8Array(memory);
+}
+
+export function resizeBuffers() {
+  for (const memory of resizableBuffers) memory.resize(Math.floor(Math.random() * memory.maxByteLength));
+}
+
+export function shrunk(length) {
+  const view = resizable(length, length);
+  if (canResize) view.buffer.resize(1);
+  return view;
+}
+
+export function grown(length, most) {
+  const view = resizable(length, most);
+  if (canResize) view.buffer.resize(most);
+  return view;
+}
+
+export const shared = length => new Uint8Array(new SharedArrayBuffer(length));
+
+// --- Hostile surroundings -----------------------------------------------------------------------
+
+// Runs `body` while setting `property` on a plain object runs `act`, once.
+export function withSetter(property, act, body) {
+  let acted = false;
+  Object.defineProperty(Object.prototype, property, {
+    configurable: true,
+    set() {
+      if (acted) return;
+      acted = true;
+      act();
+    },
+  });
+  try {
+    body();
+  } catch (error) {
+    judge(error);
+  } finally {
+    delete Object.prototype[property];
+  }
+}
+
+// The next call of JSON.parse runs `act`.
+export function parseActs(act) {
+  const { parse } = JSON;
+  JSON.parse = source => {
+    JSON.parse = parse;
+    act();
+    return parse(source);
+  };
+}
+
+export const collect = () => globalThis.gc?.();
+
+export async function turn(times) {
+  for (let i = 0; i <= times; i++) await sleep(0);
+}
+
+// --- The engine ---------------------------------------------------------------------------------
+
+const attempt = act => {
+  try {
+    act();
+  } catch (error) {
+    if (!/no such (engine|completion)/.test(error.message)) throw error;
+  }
+};
+
+export const fire = (name, given, more) => attempt(() => engine.fire(name, given, more));
+
+// Callbacks of an engine that has been stopped, as long as the handle behind it lives.
+export function fireLate(name, given, more) {
+  if (slots.length === 0 || slots.some(each => each?.destroyed)) return;
+  fire(name, given, { ...more, late: true });
+}
+
+export function completeSome(index, more) {
+  const held = engine.completions();
+  if (held.length) attempt(() => engine.complete(held[index % held.length].id, index % 2, more));
+}
+
+// Ends the engine's threads and forgets its notes, which would fill the memory.
+export function tidy() {
+  engine.join();
+  engine.clearCalls();
+}
+
+// Destroys whatever is left, the handles that script has lost included.
+export function finish() {
+  for (const { handle } of live) m.destroyConfEngine(handle);
+}
