@@ -61,10 +61,10 @@ function checkEngines() {
   const { engines, ...records } = stage.engine.live();
   const left = Object.entries(records).filter(([, count]) => count !== 0);
   if (engines > stage.progress.failedStarts) left.push(['engines', engines]);
-  if (left.length) stage.failures.push(`left in the engine library: ${left.join('; ')}`);
+  if (left.length) stage.fail(`left in the engine library: ${left.join('; ')}`);
 }
 
-const summaryOf = () => ({ ...stage.progress, failures: stage.failures });
+const summaryOf = () => ({ ...stage.progress, failures: stage.failures() });
 
 async function playMain(program) {
   const [main, ...others] = program.threads;
@@ -78,14 +78,11 @@ async function playMain(program) {
   for (const { calls, failedStarts, failures } of summaries) {
     stage.progress.calls += calls;
     stage.progress.failedStarts += failedStarts;
-    stage.failures.push(...failures);
+    failures.forEach(stage.fail);
   }
   if (!main.leaveHandles) checkEngines();
   fs.writeFileSync(process.env.KAVRIN_REPORT, JSON.stringify(summaryOf()));
-  if (stage.failures.length) {
-    console.error(stage.failures.join('\n'));
-    process.exit(3);
-  }
+  if (stage.failures().length) process.exit(3);
   // Without live handles nothing keeps a process from ending by itself.
   if (main.leaveHandles) process.exit(0);
 }

@@ -17,8 +17,10 @@ const logRoot = newFolder('logs');
 class Mine extends Error {}
 export const mine = () => new Mine('thrown by the script itself');
 
-export const failures = [];
-const fail = what => failures.length < 5 && failures.push(what);
+// No array: lines put setters on the prototypes of all objects.
+const noted = new Set();
+export const failures = () => [...noted];
+export const fail = what => { if (noted.size < 5) noted.add(what); };
 
 // The module's own errors, and the words of the script machine for what hostile values do.
 const expectedErrors = new RegExp([
@@ -64,8 +66,10 @@ export const m = Object.fromEntries(Object.keys(addon).map(name => [name, wrappe
 // Every handle that script holds and what it stands for: {handle, destroyed}.
 const sessions = new WeakMap();
 const live = new Set();
-const slots = [];
-const destroyed = [];
+const slots = new Map();
+const destroyed = new Map();
+const kDestroyedKept = 50;
+let destroyedCount = 0;
 let numbers = new BigUint64Array(8);
 
 // Numbers of handles, shared by the threads of the process.
@@ -79,11 +83,12 @@ function note(handle) {
 }
 
 export function create(slot) {
-  slots[slot] = sessions.get(m.createConfEngine());
-  return slots[slot];
+  const made = sessions.get(m.createConfEngine());
+  slots.set(slot, made);
+  return made;
 }
 
-const session = slot => slots[slot] ?? create(slot);
+const session = slot => slots.get(slot) ?? create(slot);
 export const h = slot => session(slot).handle;
 
 function noteDestroyed(value) {
@@ -91,11 +96,10 @@ function noteDestroyed(value) {
   if (!known) return;
   known.destroyed = true;
   live.delete(known);
-  destroyed.push(known.handle);
-  if (destroyed.length > 50) destroyed.shift();
+  destroyed.set(destroyedCount++ % kDestroyedKept, known.handle);
 }
 
-export const gone = index => destroyed[index % Math.max(destroyed.length, 1)] ?? {};
+export const gone = index => destroyed.get(index) ?? {};
 export const foreign = index => ({ __engine: externalAt(numbers[index]) });
 export const forged = address => ({ __engine: externalAt(BigInt(address)) });
 
@@ -183,14 +187,14 @@ export function detached(length) {
   return view;
 }
 
-const resizableBuffers = [];
+const resizableBuffers = new Set();
 const canResize = 'resize' in ArrayBuffer.prototype;
 
 export function resizable(length, most) {
   if (!canResize) return Buffer.alloc(length);
   const memory = new ArrayBuffer(length, { maxByteLength: most });
-  resizableBuffers.push(memory);
-  if (resizableBuffers.length > 10) resizableBuffers.shift();
+  resizableBuffers.add(memory);
+  if (resizableBuffers.size > 10) resizableBuffers.delete(resizableBuffers.values().next().value);
   return new Uint8Array(memory);
 }
 
@@ -264,7 +268,7 @@ export const fire = (name, given, more) => attempt(() => engine.fire(name, given
 
 // Callbacks of an engine that has been stopped, as long as the handle behind it lives.
 export function fireLate(name, given, more) {
-  if (slots.length === 0 || slots.some(each => each?.destroyed)) return;
+  if (slots.size === 0 || [...slots.values()].some(each => each.destroyed)) return;
   fire(name, given, { ...more, late: true });
 }
 
