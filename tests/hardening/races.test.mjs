@@ -10,7 +10,7 @@ const player = fileURLToPath(new URL('races/play.mjs', import.meta.url));
 
 for (const kind of ['listeners', 'bindings', 'polls', 'unInit', 'destroy']) {
   test(`eight engine threads against ${kind}`, { timeout: seconds(900) }, async t => {
-    const result = await runScript(player, [kind, rounds(isSanitized ? 40 : 80, 3000)],
+    const result = await runScript(player, [kind, rounds(isSanitized ? 200 : 400, 10000)],
       { timeoutMs: seconds(800) });
     assert.equal(result.code, 0, howItEnded(result));
     const { late, left, callbacks } = result.report;

@@ -9,22 +9,24 @@ import { Participant, seen } from '../life/participant.mjs';
 const [kind, rounds] = [process.argv[2], Number(process.argv[3])];
 const kThreads = 8;
 
+// Endless: the threads stop when UnInit turns them away.
 const room = { roomId: 'r', localUid: 'ann' };
-const storm = { room, threads: kThreads, background: true };
+const storm = { room, background: true, count: 1e9, intervalUs: 30 };
+const picture = (width, height) => ({ width, height, streamType: 0 });
 
 const traffic = {
-  events(count) {
-    engine.fire('OnDataMessageReceived', ['data'], { ...storm, count });
+  events(threads) {
+    engine.fire('OnDataMessageReceived', ['data'], { ...storm, threads });
   },
-  pictures(count) {
-    engine.fireFrame('ann', { width: 8, height: 8, streamType: 0 }, { ...storm, threads: 4, count });
-    engine.fireFrame('ann', { width: 4, height: 8, streamType: 0 }, { ...storm, threads: 4, count });
+  pictures(threads) {
+    engine.fireFrame('ann', picture(8, 8), { ...storm, threads: threads / 2 });
+    engine.fireFrame('ann', picture(4, 8), { ...storm, threads: threads / 2 });
   },
-  members(count) {
+  members() {
     for (const state of [4, 7]) {
-      engine.fire('OnRoomMemberStateChange', ['bob', state], { ...storm, threads: 4, count });
+      engine.fire('OnRoomMemberStateChange', ['bob', state], { ...storm, threads: 2 });
     }
-    engine.fireFrame('bob', { width: 8, height: 4, streamType: 0 }, { ...storm, count });
+    engine.fireFrame('bob', picture(8, 4), { ...storm, threads: 2 });
   },
 };
 
@@ -33,76 +35,71 @@ function answerLogins() {
   for (const { id } of engine.completions()) engine.complete(id, 0, { threads: kThreads, times: 2 });
 }
 
-async function started() {
+// Rounds of one participant under a storm that lasts from the first to the last.
+async function underStorm(start, round) {
   const participant = new Participant('ann');
   await participant.login();
   participant.json('JoinRoom', { roomId: 'r' });
-  return participant;
+  start();
+  for (let i = 0; i < rounds; i++) {
+    round(participant, i);
+    if (i % 4 === 0) await sleep(0);
+    if (i % 16 === 0) participant.poll();
+  }
+  participant.end();
 }
 
 const kinds = {
-  async listeners() {
-    const participant = await started();
-    for (let i = 0; i < rounds; i++) {
-      traffic.pictures(10);
-      participant.listen();
-      if (i % 3 === 0) participant.listen();
-      if (i % 4 === 0) await sleep(0);
-      participant.unlisten();
-    }
-    participant.end();
-  },
+  listeners: () => underStorm(() => traffic.pictures(kThreads), (participant, i) => {
+    participant.listen();
+    if (i % 3 === 0) participant.listen();
+    participant.unlisten();
+  }),
 
-  async bindings() {
-    const participant = await started();
-    for (let i = 0; i < rounds; i++) {
-      traffic.pictures(10);
-      traffic.members(5);
-      for (const user of ['ann', 'bob']) {
-        participant.call('BindingVideoFrame', user, 0, Buffer.alloc(i % 2 ? 96 : 10));
-        participant.json('GetVideoFrame', { uid: user, forceGetFrame: true });
-        participant.json('UnbindingVideoFrame', { uid: user });
-      }
-      if (i % 8 === 0) await sleep(0);
+  bindings: () => underStorm(() => {
+    traffic.pictures(2);
+    traffic.members();
+  }, (participant, i) => {
+    for (const user of ['ann', 'bob']) {
+      participant.call('BindingVideoFrame', user, 0, Buffer.alloc(i % 2 ? 96 : 10));
+      participant.json('GetVideoFrame', { uid: user, forceGetFrame: true });
+      participant.json('UnbindingVideoFrame', { uid: user });
     }
-    participant.end();
-  },
+  }),
 
-  async polls() {
-    const participant = await started();
-    for (let i = 0; i < rounds; i++) {
-      traffic.events(20);
-      participant.poll();
-      participant.send();
-      if (i % 8 === 0) await sleep(0);
-    }
-    participant.end();
-  },
+  polls: () => underStorm(() => traffic.events(kThreads), participant => {
+    participant.poll();
+    participant.send();
+  }),
 
   async unInit() {
     const participant = new Participant('ann');
-    for (let i = 0; i < rounds; i++) {
+    for (let i = 0; i < rounds / 8; i++) {
       participant.init();
-      for (const start of Object.values(traffic)) start(20);
+      traffic.events(2);
+      traffic.pictures(2);
+      traffic.members();
       participant.listen();
       participant.send();
-      if (i % 4 === 0) await sleep(0);
+      await sleep(i % 4);
       participant.json('UnInit');
     }
     participant.end();
   },
 
   async destroy() {
-    for (let i = 0; i < rounds; i++) {
+    for (let i = 0; i < rounds / 8; i++) {
       engine.setPlan('Init', { mode: i % 2 ? 'hold' : 'automatic' });
       const participant = new Participant('ann');
       participant.init();
       participant.listen();
       participant.call('BindingVideoFrame', 'ann', 0, Buffer.alloc(96));
-      for (const start of Object.values(traffic)) start(20);
+      traffic.events(2);
+      traffic.pictures(2);
+      traffic.members();
       participant.send();
       answerLogins();
-      if (i % 4 === 0) await sleep(0);
+      await sleep(i % 4);
       participant.end();
     }
   },
