@@ -17,11 +17,12 @@ class FrameRequestCache {
   const FrameParameters& decode(const std::string& json) {
     const auto known = requests_.find(json);
     if (known != requests_.end()) return known->second;
-    FrameParameters parameters;
-    decodeJson(json, parameters);
-    // A script that never repeats a text, or sends huge ones, must not fill the memory with them.
-    if (requests_.size() >= kCapacity || json.size() > kLongestText) requests_.clear();
-    return requests_[json] = std::move(parameters);
+    decoded_ = FrameParameters();
+    decodeJson(json, decoded_);
+    // A script that sends huge texts, or never repeats one, must not fill the memory with them.
+    if (json.size() > kLongestText) return decoded_;
+    if (requests_.size() >= kCapacity) requests_.clear();
+    return requests_[json] = decoded_;
   }
 
  private:
@@ -29,6 +30,7 @@ class FrameRequestCache {
   static constexpr std::size_t kLongestText = 1024;  // bytes
 
   std::unordered_map<std::string, FrameParameters> requests_;
+  FrameParameters decoded_;
 };
 
 }  // namespace kavrin
