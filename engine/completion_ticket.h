@@ -1,8 +1,8 @@
 // What a completion shows before it touches its facade.
 //
-// The engine calls a completion on threads of its own, perhaps late and, if it is a poor one, more than
-// once or on several threads together. The ticket lets calls through while the facade lives, one
-// after the other: the first one posts and unregisters, a later one finds nothing to post to.
+// The engine calls a completion on threads of its own, perhaps late and, if it is a poor one, more
+// than once or on several threads together. The ticket lets calls through while the facade lives,
+// one after the other: the first one posts and unregisters, a later one finds nothing to post to.
 //
 // Threads: any; copies share their state. The mutex is recursive because work calls the engine,
 // which may call the completion again from inside.
