@@ -120,9 +120,8 @@ std::int32_t parse(const std::string& json) {
   std::string copy = json;
   rapidjson::Document document;
   document.ParseInsitu(copy.data());
-  const auto member = document.FindMember("isEnable");
-  return member != document.MemberEnd() && member->value.IsBool() && member->value.GetBool() ? 1
-                                                                                             : 0;
+  const auto value = document.HasMember("isEnable") ? &document["isEnable"] : nullptr;
+  return value != nullptr && value->IsBool() && value->GetBool() ? 1 : 0;
 }
 
 // floorCall(handle, name, json): reads two texts, parses one, answers a number.
