@@ -27,7 +27,7 @@ class ValueMaker {
  public:
   ValueMaker(Logger& logger, napi_env& env) : logger_(logger), env_(env) {}
 
-  napi_value make(Variant& value);
+  napi_value make(const Variant& value);
 
  private:
   napi_value checked(napi_status status, napi_value created, const char* message) {
@@ -36,57 +36,57 @@ class ValueMaker {
     }
     return created;
   }
-  napi_value makeArray(Variant& value);
-  napi_value makeObject(Variant& value);
+  napi_value makeArray(const Variant& value);
+  napi_value makeObject(const Variant& value);
 
   Logger& logger_;
   napi_env& env_;
 };
 
-napi_value ValueMaker::makeArray(Variant& value) {
+napi_value ValueMaker::makeArray(const Variant& value) {
   napi_value result = nullptr;
   napi_create_object(env_, &result);
   std::uint32_t index = 0;
-  for (Variant& element : value.arrayValue) {
+  for (const Variant& element : value.arrayValue) {
     napi_set_element(env_, result, index++, make(element));
   }
   return result;
 }
 
-napi_value ValueMaker::makeObject(Variant& value) {
+napi_value ValueMaker::makeObject(const Variant& value) {
   napi_value result = nullptr;
   napi_create_object(env_, &result);
-  for (auto& [key, element] : value.objectValue) {
+  for (const auto& [key, element] : value.objectValue) {
     napi_set_named_property(env_, result, key.c_str(), make(element));
   }
   return result;
 }
 
-napi_value ValueMaker::make(Variant& value) {
+napi_value ValueMaker::make(const Variant& value) {
   napi_value made = nullptr;
   switch (value.kind) {
     case Kind::Bool: {
-      const napi_status status = napi_get_boolean(env_, value.toBool(), &made);
+      const napi_status status = napi_get_boolean(env_, value.asBool(), &made);
       return checked(status, made, "create n-value bool error!");
     }
     case Kind::Int16:
     case Kind::UInt16:
     case Kind::Int32:
     case Kind::UInt32: {
-      const napi_status status = napi_create_int32(env_, value.toInt32(), &made);
+      const napi_status status = napi_create_int32(env_, value.asInt32(), &made);
       return checked(status, made, "create n-value int eroor!");
     }
     case Kind::Long:
     case Kind::ULong:
     case Kind::Int64:
     case Kind::UInt64: {
-      const napi_status status = napi_create_int64(env_, value.toInt64(), &made);
+      const napi_status status = napi_create_int64(env_, value.asInt64(), &made);
       return checked(status, made, "create n-value int64 eroor!");
     }
     case Kind::Float:
     case Kind::Double:
     case Kind::LongDouble: {
-      const napi_status status = napi_create_double(env_, value.toDouble(), &made);
+      const napi_status status = napi_create_double(env_, value.asDouble(), &made);
       return checked(status, made, "create n-value double eroor!");
     }
     case Kind::String: {
@@ -175,6 +175,10 @@ Variant convertNValueToVariant(Logger& logger, napi_env& env, napi_value& value)
 }
 
 napi_value convertVariantToNValue(Logger& logger, napi_env& env, Variant value) {
+  return makeNValue(logger, env, value);
+}
+
+napi_value makeNValue(Logger& logger, napi_env& env, const Variant& value) {
   return ValueMaker(logger, env).make(value);
 }
 

@@ -33,6 +33,8 @@ Variant convertNValueToVariant(Logger& logger, napi_env& env, napi_value& value)
 // A Variant as a script value; arrays become plain objects with index keys. A null handle when the
 // kind has no script form (Null, Int8, UInt8, PendingNumber) or the value cannot be created.
 napi_value convertVariantToNValue(Logger& logger, napi_env& env, Variant value);
+// The same for a value that others keep: nothing of it is copied but what script gets.
+napi_value makeNValue(Logger& logger, napi_env& env, const Variant& value);
 
 // UTF-8 text of a script string, cut at the first U+0000; nothing when `value` is no string.
 std::optional<std::string> readText(napi_env env, napi_value value);

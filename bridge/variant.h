@@ -92,6 +92,13 @@ class Variant {
   std::int64_t toInt64();
   double toDouble();
 
+  // The same reads of values that nobody resolves, such as those of a queued event; a PendingNumber
+  // gives 0.
+  bool asBool() const;
+  std::int32_t asInt32() const;
+  std::int64_t asInt64() const;
+  double asDouble() const;
+
   bool is(Kind other) const { return kind == other; }
 
   // One storage for all kinds but the few words below it.

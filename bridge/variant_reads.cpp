@@ -121,6 +121,25 @@ void Variant::resolvePending(Kind target) {
 
 bool Variant::toBool() {
   resolvePending(Kind::Bool);
+  return asBool();
+}
+
+std::int32_t Variant::toInt32() {
+  resolvePending(Kind::Int32);
+  return asInt32();
+}
+
+std::int64_t Variant::toInt64() {
+  resolvePending(Kind::Int64);
+  return asInt64();
+}
+
+double Variant::toDouble() {
+  resolvePending(Kind::Double);
+  return asDouble();
+}
+
+bool Variant::asBool() const {
   switch (kind) {
     case Kind::Bool:
       return boolValue;
@@ -129,28 +148,26 @@ bool Variant::toBool() {
     case Kind::Float:
     case Kind::Double:
     case Kind::LongDouble:
-      return toDouble() != 0;  // true for NaN as well
+      return asDouble() != 0;  // true for NaN as well
     default:
-      return toInt64() != 0;
+      return asInt64() != 0;
   }
 }
 
-std::int32_t Variant::toInt32() {
-  resolvePending(Kind::Int32);
+std::int32_t Variant::asInt32() const {
   switch (kind) {
     case Kind::Float:
     case Kind::Double:
     case Kind::LongDouble:
-      return truncateToward0<std::int32_t>(toDouble());
+      return truncateToward0<std::int32_t>(asDouble());
     case Kind::String:
       return textToInt32(stringValue);
     default:
-      return static_cast<std::int32_t>(toInt64());
+      return static_cast<std::int32_t>(asInt64());
   }
 }
 
-std::int64_t Variant::toInt64() {
-  resolvePending(Kind::Int64);
+std::int64_t Variant::asInt64() const {
   switch (kind) {
     case Kind::Bool:
       return 0;  // a boolean is no number
@@ -176,7 +193,7 @@ std::int64_t Variant::toInt64() {
     case Kind::Float:
     case Kind::Double:
     case Kind::LongDouble:
-      return truncateToward0<std::int64_t>(toDouble());
+      return truncateToward0<std::int64_t>(asDouble());
     case Kind::String:
       return textToInt64(stringValue);
     default:
@@ -184,8 +201,7 @@ std::int64_t Variant::toInt64() {
   }
 }
 
-double Variant::toDouble() {
-  resolvePending(Kind::Double);
+double Variant::asDouble() const {
   switch (kind) {
     case Kind::Float:
       return floatValue;
@@ -198,7 +214,7 @@ double Variant::toDouble() {
     case Kind::String:
       return textToDouble(stringValue);
     default:
-      return static_cast<double>(toInt64());
+      return static_cast<double>(asInt64());
   }
 }
 

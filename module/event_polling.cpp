@@ -58,7 +58,7 @@ class EventListBuilder {
     }
     std::uint32_t index = 0;
     for (const Variant& value : event.parms) {
-      napi_value converted = node_napi::convertVariantToNValue(logger_, env_, value);
+      napi_value converted = node_napi::makeNValue(logger_, env_, value);
       if (converted == nullptr) napi_get_undefined(env_, &converted);
       if (!succeeded(napi_set_element(env_, parms, index++, converted),
                      "loadNodeEvents nParm napi_set_element error..")) {
