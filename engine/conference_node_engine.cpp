@@ -1,5 +1,6 @@
 #include "engine/conference_node_engine.h"
 
+#include <cstring>
 #include <utility>
 
 using kavrin::Variant;
@@ -139,14 +140,14 @@ Variant KavrinNodeConferenceEngine::runJsonParamFunctionWithCallback(napi_env en
   return result;
 }
 
-void KavrinNodeConferenceEngine::onEvent(const std::string& name, std::vector<Variant> values) {
+void KavrinNodeConferenceEngine::onEvent(const char* name, std::vector<Variant> values) {
   auto event = std::make_shared<kavrin::NodeEvent>();
   event->key = name;
   event->parms = std::move(values);
   pendingEvents_.append(std::move(event));
-  if (name != "OnRoomMemberVideoFrame") {
+  if (std::strcmp(name, "OnRoomMemberVideoFrame") != 0) {
     logger_.write(kavrin::kLogDebug, __LINE__, "KavrinNodeConferenceEngine::onEvent",
-                  "onEvent end:%s", name.c_str());
+                  "onEvent end:%s", name);
   }
 }
 

@@ -78,7 +78,7 @@ class KavrinNodeConferenceEngine final : public kavrin::LogSink, private kavrin:
                                            const std::string& json, napi_value callback);
 
   // Queues an event for script's next poll.
-  void onEvent(const std::string& name, std::vector<Variant> values);
+  void onEvent(const char* name, std::vector<Variant> values);
   // All queued events, oldest first.
   kavrin::EventQueue::Events takePendingEvents() { return pendingEvents_.takeAll(); }
 
