@@ -20,6 +20,7 @@
 #define KAVRIN_PT_GUARDED_BY(x) KAVRIN_THREAD_ATTRIBUTE(pt_guarded_by(x))
 #define KAVRIN_REQUIRES(...) KAVRIN_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
 #define KAVRIN_ACQUIRE(...) KAVRIN_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
+#define KAVRIN_TRY_ACQUIRE(...) KAVRIN_THREAD_ATTRIBUTE(try_acquire_capability(__VA_ARGS__))
 #define KAVRIN_RELEASE(...) KAVRIN_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
 #define KAVRIN_EXCLUDES(...) KAVRIN_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
 #define KAVRIN_NO_THREAD_SAFETY_ANALYSIS KAVRIN_THREAD_ATTRIBUTE(no_thread_safety_analysis)
@@ -33,6 +34,7 @@ class KAVRIN_CAPABILITY("mutex") Mutex {
   Mutex& operator=(const Mutex&) = delete;
 
   void lock() KAVRIN_ACQUIRE() { mutex_.lock(); }
+  bool tryLock() KAVRIN_TRY_ACQUIRE(true) { return mutex_.try_lock(); }
   void unlock() KAVRIN_RELEASE() { mutex_.unlock(); }
 
  private:

@@ -46,7 +46,7 @@ class VideoFrameStore::JsonObject {
 };
 
 VideoFrameStore::~VideoFrameStore() {
-  MutexLock lock(mutex_);
+  const ScriptLock lock(mutex_);
   for (const auto& [key, bound] : boundBuffers_) release(bound);
 }
 
@@ -71,7 +71,7 @@ void VideoFrameStore::deliver(const std::string& userName, std::uint32_t streamT
   const auto size = pictureSize(frame);
   if (frame.data == nullptr || !size) return;
   const std::string key = frameKey(userName, streamType);
-  MutexLock lock(mutex_);
+  const EngineLock lock(mutex_);
   if (!accepts(userName, key)) return;
   Slot& slot = slots_[key];
   const bool sizeChanged =
@@ -107,26 +107,26 @@ void VideoFrameStore::notifySize(const std::string& userName, std::uint32_t stre
 
 void VideoFrameStore::announce(const std::string& userName, std::int32_t mode) {
   std::string key = frameKey(userName, mode);
-  MutexLock lock(mutex_);
+  const EngineLock lock(mutex_);
   const auto end = announcedKeys_.end();
   if (std::find(announcedKeys_.begin(), end, key) == end) announcedKeys_.push_back(std::move(key));
 }
 
 void VideoFrameStore::withdraw(const std::string& userName, std::int32_t mode) {
   const std::string key = frameKey(userName, mode);
-  MutexLock lock(mutex_);
+  const EngineLock lock(mutex_);
   std::erase(announcedKeys_, key);
   slots_.erase(key);
 }
 
 void VideoFrameStore::removeMember(const std::string& userName) {
-  MutexLock lock(mutex_);
+  const EngineLock lock(mutex_);
   std::erase_if(announcedKeys_, [&](const std::string& key) { return belongsTo(key, userName); });
   std::erase_if(slots_, [&](const auto& entry) { return belongsTo(entry.first, userName); });
 }
 
 void VideoFrameStore::setExemptUser(const std::string& userName) {
-  MutexLock lock(mutex_);
+  const EngineLock lock(mutex_);
   exemptUser_ = userName;
 }
 
@@ -148,7 +148,7 @@ bool VideoFrameStore::bind(napi_env env, napi_value buffer, const std::string& u
       napi_create_reference(env, buffer, 1, &bound.reference) != napi_ok) {
     return false;
   }
-  MutexLock lock(mutex_);
+  const ScriptLock lock(mutex_);
   const auto [place, inserted] = boundBuffers_.try_emplace(frameKey(userName, streamType), bound);
   if (!inserted) {
     release(place->second);
@@ -159,7 +159,7 @@ bool VideoFrameStore::bind(napi_env env, napi_value buffer, const std::string& u
 
 void VideoFrameStore::unbind(napi_env /*env*/, const std::string& userName,
                              std::int32_t streamType) {
-  MutexLock lock(mutex_);
+  const ScriptLock lock(mutex_);
   const auto found = boundBuffers_.find(frameKey(userName, streamType));
   if (found == boundBuffers_.end()) return;
   release(found->second);
@@ -185,7 +185,7 @@ VideoFrameStore::Memory VideoFrameStore::currentMemory(const BoundBuffer& bound)
 VideoFrameStore::Fetch VideoFrameStore::get(const std::string& userName, std::int32_t streamType,
                                             bool force) {
   const std::string key = frameKey(userName, streamType);
-  MutexLock lock(mutex_);
+  const ScriptLock lock(mutex_);
   const auto bound = boundBuffers_.find(key);
   if (bound == boundBuffers_.end()) return {kNotBound};
   const auto found = slots_.find(key);

@@ -9,9 +9,10 @@
 // for the exempt user, who is the local one.
 //
 // Threads: deliver(), announce(), withdraw(), removeMember() and setExemptUser() may be called from
-// any thread; bind(), unbind(), get() and destruction belong to the script thread. `mutex_` guards
-// everything and is held for one picture's copy at most. Under it the notifier is called, which
-// must not call back into the store.
+// any engine thread; bind(), unbind(), get() and destruction belong to the script thread. `mutex_`
+// guards everything and is held for one picture's copy at most, which is also the longest that the
+// script thread waits, for it comes before all engine threads but the one that holds the mutex.
+// Under it the notifier is called, which must not call back into the store.
 // Shutdown: the engine is stopped first, so that no more pictures arrive; the destructor gives the
 // references to script's buffers back and so needs a live script environment.
 #pragma once
@@ -27,6 +28,7 @@
 
 #include "bridge/node_api.h"
 #include "engine/engine_interface.h"
+#include "support/script_first_mutex.h"
 #include "support/thread_annotations.h"
 
 namespace kavrin {
@@ -131,7 +133,7 @@ class VideoFrameStore {
                       std::size_t currentSize) KAVRIN_REQUIRES(mutex_);
 
   FrameNotifier* const notifier_;
-  Mutex mutex_;
+  ScriptFirstMutex mutex_;
   std::unordered_map<std::string, Slot> slots_ KAVRIN_GUARDED_BY(mutex_);
   std::vector<std::string> announcedKeys_ KAVRIN_GUARDED_BY(mutex_);
   std::string exemptUser_ KAVRIN_GUARDED_BY(mutex_);
