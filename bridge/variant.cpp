@@ -8,10 +8,6 @@ namespace kavrin {
 
 using Kind = Variant::Kind;
 
-Variant::Variant(Kind initialKind) noexcept : env(nullptr), kind(initialKind) {
-  construct(initialKind);
-}
-
 Variant::Variant(const char* text) : Variant(text == nullptr ? Kind::Null : Kind::String) {
   if (text == nullptr) {
     isNull = true;
@@ -30,15 +26,13 @@ Variant::Variant(std::string text) : Variant(text.empty() ? Kind::Null : Kind::S
 
 Variant::Variant(const Variant& other) : Variant(Kind::Null) { copyValue(other); }
 
-Variant::Variant(Variant&& other) noexcept : Variant(Kind::Null) { moveValue(std::move(other)); }
-
 Variant& Variant::operator=(const Variant& other) {
   if (this != &other) {
     // `other` may be an element of this value, so it is copied before anything is destroyed.
     Variant copy(other);
     destroy();
     construct(Kind::Null);
-    moveValue(std::move(copy));
+    moveValue(copy);
   }
   return *this;
 }
@@ -48,7 +42,7 @@ Variant& Variant::operator=(Variant&& other) noexcept {
     Variant taken(std::move(other));
     destroy();
     construct(Kind::Null);
-    moveValue(std::move(taken));
+    moveValue(taken);
   }
   return *this;
 }
@@ -79,11 +73,8 @@ void Variant::construct(Kind newKind) noexcept {
   }
 }
 
-void Variant::destroy() noexcept {
+void Variant::destroyLargeValue() noexcept {
   switch (kind) {
-    case Kind::String:
-      stringValue.~basic_string();
-      break;
     case Kind::Buffer:
       buffer.~unique_ptr();
       break;
@@ -136,12 +127,8 @@ void Variant::copyValue(const Variant& other) {
   }
 }
 
-void Variant::moveValue(Variant&& other) noexcept {
+void Variant::moveLargeValue(Variant& other) noexcept {
   switch (other.kind) {
-    case Kind::String:
-      construct(Kind::String);
-      stringValue = std::move(other.stringValue);
-      break;
     case Kind::Buffer:
       construct(Kind::Buffer);
       buffer = std::move(other.buffer);
@@ -160,12 +147,6 @@ void Variant::moveValue(Variant&& other) noexcept {
       break;
   }
   isNull = other.isNull;
-}
-
-Variant Variant::int32(std::int32_t value) {
-  Variant result(Kind::Int32);
-  result.int32Value = value;
-  return result;
 }
 
 Variant Variant::uint16(std::uint16_t value) {
@@ -189,13 +170,6 @@ Variant Variant::uint64(std::uint64_t value) {
 Variant Variant::boolean(bool value) {
   Variant result(Kind::Bool);
   result.boolValue = value;
-  return result;
-}
-
-Variant Variant::text(std::string value) {
-  Variant result(Kind::String);
-  result.isNull = value.empty();
-  result.stringValue = std::move(value);
   return result;
 }
 

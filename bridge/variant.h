@@ -13,7 +13,9 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bridge/node_api.h"
@@ -51,25 +53,31 @@ class Variant {
 
   Variant() noexcept : Variant(Kind::Null) {}
   // Everything empty or zero.
-  explicit Variant(Kind initialKind) noexcept;
+  explicit Variant(Kind initialKind) noexcept : uint64Value(0), env(nullptr), kind(initialKind) {
+    if (initialKind >= Kind::String) construct(initialKind);
+  }
   // Null with isNull set when `text` is null, else a String.
   explicit Variant(const char* text);
   // Null with isNull set when `text` is empty, else a String.
   explicit Variant(std::string text);
 
   Variant(const Variant& other);
-  Variant(Variant&& other) noexcept;
+  Variant(Variant&& other) noexcept : Variant(Kind::Null) { moveValue(other); }
   Variant& operator=(const Variant& other);
   Variant& operator=(Variant&& other) noexcept;
   ~Variant() { destroy(); }
 
-  static Variant int32(std::int32_t value);
+  static Variant int32(std::int32_t value) {
+    Variant result(Kind::Int32);
+    result.int32Value = value;
+    return result;
+  }
   static Variant uint16(std::uint16_t value);
   static Variant uint32(std::uint32_t value);
   static Variant uint64(std::uint64_t value);
   static Variant boolean(bool value);
   // Kind String whatever the text; isNull is set when it is empty.
-  static Variant text(std::string value);
+  static Variant text(std::string value) { return Variant(TextKind(), std::move(value)); }
   static Variant array(ArrayType elements);
   static Variant object(ObjectType entries);
   static Variant bytes(const void* data, std::int32_t length);
@@ -132,12 +140,45 @@ class Variant {
   bool isNull = false;
 
  private:
+  struct TextKind {};
+  Variant(TextKind, std::string&& text) noexcept
+      : stringValue(std::move(text)), env(nullptr), kind(Kind::String) {
+    isNull = stringValue.empty();
+  }
+
   void construct(Kind newKind) noexcept;
   void copyValue(const Variant& other);
-  void moveValue(Variant&& other) noexcept;
+  // Into a value of kind Null.
+  void moveValue(Variant& other) noexcept;
+  void moveLargeValue(Variant& other) noexcept;
   void destroy() noexcept;
+  void destroyLargeValue() noexcept;
   void setInt32(std::int32_t value) noexcept;
 };
+
+// Every value of an event is made, moved and destroyed, on engine threads; most are texts and whole
+// numbers, so these are handled where they are used.
+inline void Variant::moveValue(Variant& other) noexcept {
+  if (other.kind == Kind::String) {
+    new (&stringValue) std::string(std::move(other.stringValue));
+    kind = Kind::String;
+    isNull = other.isNull;
+  } else if (other.kind == Kind::Int32) {
+    int32Value = other.int32Value;
+    kind = Kind::Int32;
+    isNull = other.isNull;
+  } else {
+    moveLargeValue(other);
+  }
+}
+
+inline void Variant::destroy() noexcept {
+  if (kind == Kind::String) {
+    stringValue.~basic_string();
+  } else if (kind > Kind::String) {
+    destroyLargeValue();
+  }
+}
 
 // Numbers in texts, base 10. A text that is no number, or is out of range, gives false or 0.
 bool textToBool(const std::string& text);
