@@ -1,5 +1,6 @@
 // Paired measurement: the module's path and its floor take turns in the same run, because machines
-// are shared and noisy. The figure is the ratio of each pair; their median and spread are reported.
+// are shared and noisy. The figure is the ratio of each pair; reported are their median and, as the
+// spread, what a tenth of them stay below and exceed.
 
 /** Nanoseconds per operation of `body(count)`. */
 function time(body, count) {
@@ -8,16 +9,22 @@ function time(body, count) {
   return Number(process.hrtime.bigint() - start) / count;
 }
 
-function median(values) {
+// The value that `share` of the values do not exceed, between two of them if need be.
+function quantile(values, share) {
   const sorted = [...values].sort((a, b) => a - b);
-  const middle = sorted.length >> 1;
-  return sorted.length % 2 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2;
+  const place = share * (sorted.length - 1);
+  const below = Math.floor(place);
+  const above = Math.ceil(place);
+  return sorted[below] + (sorted[above] - sorted[below]) * (place - below);
 }
 
-function summary({ name, limit }, turns) {
+const median = (values) => quantile(values, 0.5);
+
+/** The figures of a row from its turns, {ours, floor} each, in nanoseconds per operation. */
+export function summary(row, turns) {
   const ratios = turns.map(({ ours, floor }) => ours / floor);
   return {
-    name, limit, ratio: median(ratios), low: Math.min(...ratios), high: Math.max(...ratios),
+    ...row, ratio: median(ratios), low: quantile(ratios, 0.1), high: quantile(ratios, 0.9),
     oursNs: median(turns.map(({ ours }) => ours)), floorNs: median(turns.map(({ floor }) => floor)),
     rounds: turns.length,
   };

@@ -114,7 +114,7 @@ class EventEmitter {
   LogSink& logSink_;
   EnvironmentHook& environmentHook_;
   const std::shared_ptr<DeliveryGate> gate_;
-  Mutex mutex_;
+  Mutex mutex_{"callback registry"};
   std::unordered_map<std::string, RecordPtr, NameHash> listeners_ KAVRIN_GUARDED_BY(mutex_);
   // Records that are out of the map and still hold something of the script host.
   std::vector<RecordPtr> leftovers_ KAVRIN_GUARDED_BY(mutex_);

@@ -45,7 +45,7 @@ class EventQueue {
   }
 
  private:
-  Mutex mutex_;
+  Mutex mutex_{"event queue"};
   Events events_ KAVRIN_GUARDED_BY(mutex_);
 };
 

@@ -14,6 +14,7 @@ namespace kavrin {
 class KAVRIN_CAPABILITY("mutex") ScriptFirstMutex {
  public:
   ScriptFirstMutex() = default;
+  explicit ScriptFirstMutex(const char* name) : held_(name) {}
   ScriptFirstMutex(const ScriptFirstMutex&) = delete;
   ScriptFirstMutex& operator=(const ScriptFirstMutex&) = delete;
 

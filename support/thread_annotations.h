@@ -8,6 +8,10 @@
 #include <condition_variable>
 #include <mutex>
 
+#if defined(KAVRIN_LOCK_PROBE)
+#include "bench/inside/probed_mutex.h"  // the build that measures how long mutexes are held
+#endif
+
 #if defined(__clang__)
 #define KAVRIN_THREAD_ATTRIBUTE(x) __attribute__((x))
 #else
@@ -30,6 +34,11 @@ namespace kavrin {
 class KAVRIN_CAPABILITY("mutex") Mutex {
  public:
   Mutex() = default;
+#if defined(KAVRIN_LOCK_PROBE)
+  explicit Mutex(const char* name) : mutex_(name) {}
+#else
+  explicit Mutex(const char* /*name*/) {}  // names are for measurements
+#endif
   Mutex(const Mutex&) = delete;
   Mutex& operator=(const Mutex&) = delete;
 
@@ -39,7 +48,11 @@ class KAVRIN_CAPABILITY("mutex") Mutex {
 
  private:
   friend class CondVar;
+#if defined(KAVRIN_LOCK_PROBE)
+  bench::ProbedMutex mutex_;
+#else
   std::mutex mutex_;
+#endif
 };
 
 // Holds a Mutex for the length of a scope.

@@ -133,7 +133,7 @@ class VideoFrameStore {
                       std::size_t currentSize) KAVRIN_REQUIRES(mutex_);
 
   FrameNotifier* const notifier_;
-  ScriptFirstMutex mutex_;
+  ScriptFirstMutex mutex_{"frame store"};
   std::unordered_map<std::string, Slot> slots_ KAVRIN_GUARDED_BY(mutex_);
   std::vector<std::string> announcedKeys_ KAVRIN_GUARDED_BY(mutex_);
   std::string exemptUser_ KAVRIN_GUARDED_BY(mutex_);

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "engine/conference_node_engine.h"
 #include "events/environment_hook.h"
@@ -16,15 +17,22 @@ class Facade {
     facade_->registerMethods();
     const std::string login =
         R"({"rootHost":"bench","logPath":"/nonexistent","puid":"local","password":"","name":"B"})";
-    std::vector<std::string> answers;
-    facade_->runJsonParamFunctionWithCallback(&env_, "Init", login, env_.recorder(answers));
+    facade_->runJsonParamFunctionWithCallback(&env_, "Init", login, env_.recorder(answers_));
   }
 
   KavrinNodeConferenceEngine& operator*() { return *facade_; }
   KavrinNodeConferenceEngine* operator->() { return facade_.get(); }
   napi_env env() { return &env_; }
+  fake::ScriptEnvironment& environment() { return env_; }
+
+  // Binds a buffer of that many bytes to the user's camera.
+  void bind(const std::string& user, std::size_t bytes) {
+    const napi_value buffer = env_.buffer(std::vector<unsigned char>(bytes));
+    facade_->frameStore().bind(&env_, buffer, user, 0);
+  }
 
  private:
+  std::vector<std::string> answers_;
   fake::ScriptEnvironment env_;
   EnvironmentHook hook_{&env_, [this] { facade_.reset(); }};
   std::unique_ptr<KavrinNodeConferenceEngine> facade_ =

@@ -1,0 +1,133 @@
+// How long each mutex of the module is held while 1 to 8 engine threads report events and deliver
+// pictures and the script thread polls, fetches and registers. Prints a JSON array, one entry per
+// number of threads and mutex; times in microseconds of processor time, "copyUs" is one picture's
+// copy in the same run.
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bench/inside/facade.h"
+#include "bench/inside/probed_mutex.h"
+
+namespace kavrin::bench {
+namespace {
+
+using Kavrin::ConferenceEngine::ConfRoom;
+using Kavrin::ConferenceEngine::VideoFrame;
+
+constexpr int kMostThreads = 8;
+constexpr std::uint16_t kWidth = 1280;
+constexpr std::uint16_t kHeight = 720;
+constexpr std::size_t kPictureBytes = std::size_t{kWidth} * kHeight * 3 / 2;
+constexpr int kPictures = 1000;  // delivered in one turn
+
+constexpr const char* kMutexes[] = {"frame store", "event queue", "callback registry"};
+
+double microseconds(std::int64_t ns) { return static_cast<double>(ns) / 1000; }
+
+// One engine thread's picture, in memory of its own.
+struct Source {
+  std::string user;
+  std::vector<unsigned char> pixels = std::vector<unsigned char>(kPictureBytes, 1);
+};
+
+// The median copy between two pictures' memory.
+double copyUs() {
+  const std::vector<unsigned char> from(kPictureBytes, 1);
+  std::vector<unsigned char> to(kPictureBytes, 2);
+  std::vector<std::int64_t> times;
+  for (int i = 0; i < 201; ++i) {
+    const std::int64_t start = processorTimeNs();
+    std::memcpy(to.data(), from.data(), kPictureBytes);
+    times.push_back(processorTimeNs() - start);
+  }
+  std::nth_element(times.begin(), times.begin() + 100, times.end());
+  return microseconds(times[100]);
+}
+
+void report(Facade& facade, const Source& source, std::atomic<int>& left) {
+  const ConfRoom room{"room", "local"};
+  KavrinConferenceEngineEvent& sink = facade->eventSink();
+  const VideoFrame picture{kWidth, kHeight, 0, source.pixels.data()};
+  const VideoFrame smaller{kWidth, kHeight / 2, 0, source.pixels.data()};
+  for (int i = 0; left-- > 0; ++i) {
+    sink.OnRoomMemberVideoFrame(room, source.user.c_str(), i % 16 == 0 ? smaller : picture);
+    for (int event = 0; event < 20; ++event) sink.OnActiveSpeaker(room, "user", event);
+  }
+}
+
+// The script thread's share, for as long as pictures come.
+void useFromScript(Facade& facade, int streams, const std::atomic<int>& left) {
+  fake::ScriptEnvironment& env = facade.environment();
+  std::vector<std::string> answers;
+  const napi_value listener[] = {env.string("onFrameSizeChanged"), env.recorder(answers),
+                                 env.object()};
+  for (int i = 0; left > 0; ++i) {
+    const std::string user = "user" + std::to_string(i % streams);
+    facade->frameStore().get(user, 0, false);
+    if (i % 8 == 0) facade->takePendingEvents();
+    if (i % 64 == 0) facade->emitter().on(&env, 3, listener);
+    if (i % 64 == 32) facade->emitter().off(&env, 1, listener);
+    if (i % 128 == 0) env.runLoop();
+  }
+  env.runLoop();
+}
+
+void forget() {
+  for (const char* const name : kMutexes) {
+    Holds& holds = *holdsOf(name);
+    holds = Holds{holds.name};
+  }
+}
+
+void print(int threads, double copy, bool& first) {
+  for (const char* const name : kMutexes) {
+    const Holds& holds = *holdsOf(name);
+    std::printf(
+        R"(%s{"threads":%d,"mutex":"%s","holds":%lld,"medianUs":%.1f,"p999Us":%.1f,"longestUs":%.1f,)"
+        R"("copyUs":%.1f})",
+        first ? "" : ",\n", threads, name, static_cast<long long>(holds.count),
+        microseconds(holds.quantile(0.5)), microseconds(holds.quantile(0.999)),
+        microseconds(holds.longestNs), copy);
+    first = false;
+  }
+}
+
+void measure(int threadCount, bool& first) {
+  Facade facade;
+  std::vector<Source> sources(static_cast<std::size_t>(threadCount));
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    sources[i].user = "user" + std::to_string(i);
+    facade->frameStore().announce(sources[i].user, 0);
+    facade.bind(sources[i].user, kPictureBytes);
+  }
+  // In the first turn, blocks are allocated and touched for the first time.
+  for (int turn = 0; turn < 2; ++turn) {
+    forget();
+    std::atomic<int> left{kPictures};
+    std::vector<std::thread> threads;
+    for (const Source& source : sources) {
+      threads.emplace_back([&] { report(facade, source, left); });
+    }
+    useFromScript(facade, threadCount, left);
+    for (std::thread& thread : threads) thread.join();
+  }
+  print(threadCount, copyUs(), first);
+}
+
+}  // namespace
+}  // namespace kavrin::bench
+
+int main() {
+  bool first = true;
+  std::puts("[");
+  for (int threads = 1; threads <= kavrin::bench::kMostThreads; threads *= 2) {
+    kavrin::bench::measure(threads, first);
+  }
+  std::puts("]");
+}
