@@ -1,5 +1,5 @@
-// Memory that must not grow: by pictures, by events that nobody polls, by joins. KAVRIN_LONG=1 looks
-// for minutes. Sanitizers keep what was freed, so their builds are left out.
+// Memory that must not grow: by pictures, by events that nobody polls, by joins. KAVRIN_LONG=1
+// looks for minutes. Sanitizers keep what was freed, so their builds are left out.
 import assert from 'node:assert/strict';
 import test from 'node:test';
 import { fileURLToPath } from 'node:url';
@@ -8,7 +8,9 @@ import { isSanitized, rounds, seconds } from './support/measure.mjs';
 import { howItEnded, runScript } from './support/process.mjs';
 
 const player = fileURLToPath(new URL('memory/play.mjs', import.meta.url));
-const options = { skip: isSanitized && 'memory is judged without sanitizers', timeout: seconds(900) };
+const options = {
+  skip: isSanitized && 'memory is judged without sanitizers', timeout: seconds(900),
+};
 
 async function play(kind, parameters = {}, library = 'scripted') {
   const result = await runScript(player, [kind, JSON.stringify(parameters)],
@@ -28,8 +30,8 @@ test('the event queue takes no more memory beyond its bound', options, async t =
   assert.ok(megabytes(beyond) < 60, `${megabytes(beyond)} MB beyond the bound`);
 });
 
-// The allocator keeps memory for each thread, so with several of them the bound is reached only when
-// the whole queue has passed through their hands.
+// The allocator keeps memory for each thread, so with several of them the bound is reached only
+// when the whole queue has passed through their hands.
 const oneThread = { threads: 1, eventsPerSecond: 10_000, settle: 4, watched: rounds(12, 180) };
 const fourThreads = { threads: 4, eventsPerSecond: 10_000, settle: 130, watched: 180 };
 
@@ -38,8 +40,9 @@ for (const load of rounds([oneThread], [oneThread, fourThreads])) {
     const result = await play('stalled', load);
     const { samples, events, eventsPerSecond, picturesPerSecond } = result;
     const aMinute = megabytes(result.slope * 60);
-    t.diagnostic(`${aMinute.toFixed(2)} MB a minute at ${megabytes(samples.at(-1)[1]).toFixed(0)} MB, ` +
-      `under ${Math.round(eventsPerSecond)} events and 4 times ${picturesPerSecond.toFixed(1)} pictures a second`);
+    t.diagnostic(`${aMinute.toFixed(2)} MB a minute at ` +
+      `${megabytes(samples.at(-1)[1]).toFixed(0)} MB, under ${Math.round(eventsPerSecond)} events ` +
+      `and 4 times ${picturesPerSecond.toFixed(1)} pictures a second`);
     assert.ok(events > 999_000, `the queue was not at its bound: ${events} events`);
     assert.deepEqual(result.fetched, [0, 0, 0, 0], 'there are pictures of all four');
     // One lost picture of 1080p a second would be 187 MB a minute, 40 bytes an event 24 MB.

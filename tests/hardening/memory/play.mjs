@@ -26,7 +26,8 @@ function receivePictures(participant, seconds) {
     engine.fire('OnRoomMemberStateChange', [member, 4], { room });
     participant.call('BindingVideoFrame', member, 0, Buffer.alloc(kWidth * kHeight * 1.5));
     engine.fireFrame(member, { width: kWidth, height: kHeight, streamType: 0 }, {
-      room, background: true, count: kPicturesPerSecond * seconds, intervalUs: 1e6 / kPicturesPerSecond,
+      room, background: true,
+      count: kPicturesPerSecond * seconds, intervalUs: 1e6 / kPicturesPerSecond,
     });
   }
 }
@@ -77,7 +78,8 @@ const kinds = {
     const paced = (eventsPerSecond * seconds) / threads;
     const start = performance.now();
     fireEvents({
-      background: true, threads, burst, count: burst + paced, intervalUs: 1e6 * threads / eventsPerSecond,
+      background: true, threads, burst,
+      count: burst + paced, intervalUs: 1e6 * threads / eventsPerSecond,
     });
     receivePictures(participant, seconds);
     stall(settle);
@@ -89,7 +91,8 @@ const kinds = {
     participant.end();
     return {
       slope: slope(samples), samples, events, fetched,
-      eventsPerSecond: paced * threads / took, picturesPerSecond: kPicturesPerSecond * seconds / took,
+      eventsPerSecond: paced * threads / took,
+      picturesPerSecond: kPicturesPerSecond * seconds / took,
     };
   },
 
