@@ -19,31 +19,46 @@ namespace kavrin {
 class EnvironmentHook {
  public:
   EnvironmentHook(napi_env env, std::function<void()> onTeardown)
-      : env_(env), onTeardown_(std::move(onTeardown)) {
-    napi_add_env_cleanup_hook(env_, run, this);
-  }
+      : env_(env), onTeardown_(std::move(onTeardown)), armed_(add(place_)) {}
   ~EnvironmentHook() {
-    if (!ran_) napi_remove_env_cleanup_hook(env_, run, this);
+    if (armed_ && !ran_) remove(place_);
   }
   EnvironmentHook(const EnvironmentHook&) = delete;
   EnvironmentHook& operator=(const EnvironmentHook&) = delete;
 
-  void rearm() {
-    if (ran_) return;
-    napi_remove_env_cleanup_hook(env_, run, this);
-    napi_add_env_cleanup_hook(env_, run, this);
+  // False when Node-API has refused the hook from the start.
+  bool isArmed() const { return armed_; }
+
+  // False when Node-API refuses it; the hook then stays where it was.
+  bool rearm() {
+    if (ran_) return true;
+    const int next = 1 - place_;
+    if (!add(next)) return false;
+    remove(std::exchange(place_, next));
+    return true;
   }
 
  private:
-  static void run(void* self) {
-    auto* hook = static_cast<EnvironmentHook*>(self);
-    hook->ran_ = true;
+  // Node does not take the same hook twice, so it moves to and fro between two.
+  struct Place {
+    EnvironmentHook* hook;
+  };
+
+  bool add(int place) { return napi_add_env_cleanup_hook(env_, run, &places_[place]) == napi_ok; }
+  void remove(int place) { napi_remove_env_cleanup_hook(env_, run, &places_[place]); }
+
+  static void run(void* place) {
+    EnvironmentHook* const hook = static_cast<Place*>(place)->hook;
+    if (std::exchange(hook->ran_, true)) return;
     hook->onTeardown_();
   }
 
   napi_env env_;
   std::function<void()> onTeardown_;
+  Place places_[2] = {{this}, {this}};
+  int place_ = 0;
   bool ran_ = false;
+  const bool armed_;
 };
 
 }  // namespace kavrin

@@ -158,9 +158,14 @@ bool EventEmitter::createFunction(napi_env env, napi_value callback, const std::
   napi_create_string_utf8(env, name.data(), name.size(), &resourceName);
   constexpr std::size_t kUnboundedQueue = 0;
   constexpr std::size_t kInitialThreads = 1;
-  return napi_create_threadsafe_function(env, callback, nullptr, resourceName, kUnboundedQueue,
-                                         kInitialThreads, nullptr, nullptr, &record, callJs,
-                                         &record.tsfn) == napi_ok;
+  if (napi_create_threadsafe_function(env, callback, nullptr, resourceName, kUnboundedQueue,
+                                      kInitialThreads, nullptr, nullptr, &record, callJs,
+                                      &record.tsfn) != napi_ok) {
+    return false;
+  }
+  if (environmentHook_.rearm()) return true;
+  release(record);  // nobody else knows it yet
+  return false;
 }
 
 void EventEmitter::release(ListenerRecord& record) {
@@ -209,7 +214,6 @@ napi_value EventEmitter::on(napi_env env, std::size_t argc, const napi_value* ar
     return throwLogged(env, "Failed to create threadsafe function");
   }
   store(name, std::move(record));
-  environmentHook_.rearm();
   return nullptr;
 }
 
@@ -259,7 +263,6 @@ std::string EventEmitter::registerApiCallback(napi_env env, napi_value callback,
     while (listeners_.contains(used)) used = name + "_" + std::to_string(nextStamp());
     listeners_.emplace(used, std::move(record));
   }
-  environmentHook_.rearm();
   return used;
 }
 

@@ -25,7 +25,8 @@
 //  7. A listener that is replaced under its own name stays registered with Node, and so keeps the
 //     environment alive, until releaseAll() or the end of the registry.
 //  8. Node frees every thread-safe function when its environment ends. The registry must be gone by
-//     then; EnvironmentHook sees to that and is re-armed after every creation.
+//     then; EnvironmentHook sees to that and is re-armed after every creation. A function for which
+//     that fails is released at once and counts as one that could not be created.
 //  9. Every message is freed by delivery, also when Node delivers it without an environment.
 //
 // Threads: on(), off(), registerApiCallback(), releaseAll(), construction and destruction belong to

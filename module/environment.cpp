@@ -1,6 +1,7 @@
 #include "module/environment.h"
 
 #include <random>
+#include <stdexcept>
 
 namespace kavrin {
 namespace {
@@ -20,15 +21,17 @@ Environment::Environment(napi_env env)
 
 bool Environment::install(napi_env env) {
   const auto finalize = [](napi_env, void* data, void*) { delete static_cast<Environment*>(data); };
-  auto* environment = new Environment(env);
-  if (napi_set_instance_data(env, environment, finalize, nullptr) == napi_ok) return true;
-  delete environment;
-  return false;
+  auto environment = std::unique_ptr<Environment>(new Environment(env));
+  if (!environment->hook_.isArmed()) return false;
+  if (napi_set_instance_data(env, environment.get(), finalize, nullptr) != napi_ok) return false;
+  static_cast<void>(environment.release());  // the finalizer frees it
+  return true;
 }
 
 Environment& Environment::of(napi_env env) {
   void* data = nullptr;
   napi_get_instance_data(env, &data);
+  if (data == nullptr) throw std::runtime_error("The module's data cannot be read");
   return *static_cast<Environment*>(data);
 }
 

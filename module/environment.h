@@ -31,6 +31,7 @@ class Environment {
   // Creates the environment's instance; called once, when the module is registered. False when
   // Node-API refuses it.
   static bool install(napi_env env);
+  // Throws std::runtime_error when Node-API does not hand the instance out.
   static Environment& of(napi_env env);
 
   std::shared_ptr<Facade> create() { return std::make_shared<Facade>(hook_); }

@@ -11,7 +11,9 @@ const buildPackages = [
   'libgstreamer1.0-dev', 'libgstreamer-plugins-base1.0-dev', 'gstreamer1.0-plugins-base',
   'gstreamer1.0-plugins-good', 'libyuv-dev',
 ];
-const testPackages = ['clang', 'clang-format', 'libgtest-dev', 'libbenchmark-dev', 'locales', 'xvfb'];
+const testPackages = [
+  'clang', 'libclang-rt-dev', 'clang-format', 'libgtest-dev', 'libbenchmark-dev', 'locales', 'xvfb',
+];
 
 const windowsPackages = ['g++-mingw-w64-x86-64-posix'];
 const windowsTestPackages = ['wine64', 'wine', 'googletest', 'locales', 'xvfb'];

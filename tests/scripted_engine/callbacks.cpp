@@ -174,6 +174,7 @@ struct Salvo {
         threads(integerOf(command, "threads", 1)),
         count(integerOf(command, "count", 1)),
         interval(integerOf(command, "intervalUs", 0)),
+        burst(integerOf(command, "burst", 0)),
         sequence(integerOf(command, "sequence", -1)),
         late(flagOf(command, "late")),
         start(static_cast<std::ptrdiff_t>(threads)) {
@@ -197,6 +198,7 @@ struct Salvo {
   std::int64_t threads;
   std::int64_t count;
   std::chrono::microseconds interval;
+  std::int64_t burst;
   std::int64_t sequence;
   bool late;
   ConfRoom room;
@@ -206,12 +208,18 @@ struct Salvo {
 
 void fireFromOneThread(Salvo& salvo, std::int64_t thread) {
   salvo.start.arrive_and_wait();
+  // By the clock, so that the rate does not depend on how long a call takes.
+  auto next = std::chrono::steady_clock::now();
   for (std::int64_t i = 0; i < salvo.count; ++i) {
     if (!salvo.late && !salvo.slot->gate.enter()) return;
     salvo.call(*salvo.slot->sink, salvo.room,
                Arguments(salvo.arguments, salvo.sequence, thread * salvo.count + i));
     if (!salvo.late) salvo.slot->gate.leave();
-    if (salvo.interval.count() > 0) std::this_thread::sleep_for(salvo.interval);
+    if (i < salvo.burst) {
+      next = std::chrono::steady_clock::now();
+    } else if (salvo.interval.count() > 0) {
+      std::this_thread::sleep_until(next += salvo.interval);
+    }
   }
 }
 

@@ -54,6 +54,7 @@ function wrapped(name) {
       return undefined;
     } finally {
       const ms = Date.now() - start;
+      if (name === 'execJsonParamFunWithCallback') noteEngine(given[0]);
       if (ms > longestCallMs) fail(`${name} took ${ms} ms`);
     }
   };
@@ -67,6 +68,7 @@ export const m = Object.fromEntries(Object.keys(addon).map(name => [name, wrappe
 const sessions = new WeakMap();
 const live = new Set();
 const slots = new Map();
+const byNumber = new Map();
 const destroyed = new Map();
 const kDestroyedKept = 50;
 let destroyedCount = 0;
@@ -79,7 +81,9 @@ function note(handle) {
   const made = { handle, destroyed: false };
   sessions.set(handle, made);
   live.add(made);
-  numbers[Math.floor(Math.random() * numbers.length)] = pointerOf(handle.__engine);
+  const number = pointerOf(handle.__engine);
+  byNumber.set(number, made);
+  numbers[Math.floor(Math.random() * numbers.length)] = number;
 }
 
 export function create(slot) {
@@ -100,7 +104,11 @@ function noteDestroyed(value) {
 }
 
 export const gone = index => destroyed.get(index) ?? {};
-export const foreign = index => ({ __engine: externalAt(numbers[index]) });
+export function foreign(index) {
+  const stand = { __engine: externalAt(numbers[index]) };
+  const owner = byNumber.get(numbers[index]);
+  return owner ? standingFor(owner.handle, stand) : stand;
+}
 export const forged = address => ({ __engine: externalAt(BigInt(address)) });
 
 function standingFor(handle, stand) {
@@ -266,9 +274,18 @@ const attempt = act => {
 
 export const fire = (name, given, more) => attempt(() => engine.fire(name, given, more));
 
-// Callbacks of an engine that has been stopped, as long as the handle behind it lives.
+// The engine that was made last, and the session of the handle that made it.
+let newest = { number: 0 };
+
+function noteEngine(handle) {
+  const number = engine.newestEngine();
+  if (number !== newest.number) newest = { number, owner: sessions.get(handle) };
+}
+
+// Callbacks of an engine that has been stopped, as long as the handle behind it lives: not even an
+// engine that forgets to stop outlives that.
 export function fireLate(name, given, more) {
-  if (slots.size === 0 || [...slots.values()].some(each => each.destroyed)) return;
+  if (!newest.owner || newest.owner.destroyed) return;
   fire(name, given, { ...more, late: true });
 }
 

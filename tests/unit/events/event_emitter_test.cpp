@@ -141,6 +141,19 @@ TEST_F(EventEmitterTest, AFunctionThatCannotBeCreatedIsThrownAndLeavesNothing) {
   EXPECT_EQ(log.take(), Texts{"I Emit event: not find event: e"});
 }
 
+TEST_F(EventEmitterTest, AFunctionThatWouldOutliveItsRegistryIsNotKept) {
+  env.faults.fail("napi_add_env_cleanup_hook");
+  EXPECT_EQ(on("e", env.recorder(calls)), "Error: Failed to create threadsafe function");
+  env.faults.fail("napi_add_env_cleanup_hook");
+  EXPECT_EQ(registerCompletion("Init"), "");
+  EXPECT_EQ(env.takeException(), "Error: Failed to create threadsafe function");
+  env.runLoop();
+  EXPECT_EQ(env.openThreadsafeFunctions(), 0);
+  EXPECT_EQ(on("e", env.recorder(calls)), "");
+  env.close();
+  EXPECT_EQ(emitter, nullptr);
+}
+
 TEST_F(EventEmitterTest, AResourceNameThatCannotBeCreatedIsAFailedCreation) {
   env.faults.fail("napi_create_string_utf8");
   EXPECT_EQ(on("e", env.recorder(calls)), "Error: Failed to create threadsafe function");

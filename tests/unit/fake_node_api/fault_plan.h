@@ -30,6 +30,19 @@ class FaultPlan {
     faults_[function] = {kEvery, status, false};
   }
 
+  // The `nth` call of any function from now on fails, in the same way.
+  void failAny(int nth, napi_status status = napi_generic_failure) KAVRIN_EXCLUDES(mutex_) {
+    MutexLock lock(mutex_);
+    any_ = {nth, status, false};
+    failedOfAny_.clear();
+  }
+
+  // The function that failAny() made fail; "" when it has not come to that.
+  std::string failedOfAny() KAVRIN_EXCLUDES(mutex_) {
+    MutexLock lock(mutex_);
+    return failedOfAny_;
+  }
+
   // True when a planned failure of `function` has happened.
   bool happened(const std::string& function) KAVRIN_EXCLUDES(mutex_) {
     MutexLock lock(mutex_);
@@ -40,6 +53,8 @@ class FaultPlan {
   void clear() KAVRIN_EXCLUDES(mutex_) {
     MutexLock lock(mutex_);
     faults_.clear();
+    any_ = {};
+    failedOfAny_.clear();
   }
 
   int calls(const std::string& function) KAVRIN_EXCLUDES(mutex_) {
@@ -51,6 +66,10 @@ class FaultPlan {
   std::optional<napi_status> enter(const char* function) KAVRIN_EXCLUDES(mutex_) {
     MutexLock lock(mutex_);
     ++calls_[function];
+    if (any_.callsLeft > 0 && --any_.callsLeft == 0) {
+      failedOfAny_ = function;
+      return any_.status;
+    }
     const auto found = faults_.find(function);
     if (found == faults_.end()) return std::nullopt;
     Fault& fault = found->second;
@@ -67,13 +86,15 @@ class FaultPlan {
   static constexpr int kDone = -1;
 
   struct Fault {
-    int callsLeft;  // 1: the next call fails
-    napi_status status;
-    bool happened;
+    int callsLeft = 0;  // 1: the next call fails
+    napi_status status = napi_ok;
+    bool happened = false;
   };
 
   Mutex mutex_;
   std::map<std::string, Fault> faults_ KAVRIN_GUARDED_BY(mutex_);
+  Fault any_ KAVRIN_GUARDED_BY(mutex_);
+  std::string failedOfAny_ KAVRIN_GUARDED_BY(mutex_);
   std::map<std::string, int> calls_ KAVRIN_GUARDED_BY(mutex_);
 };
 

@@ -97,6 +97,20 @@ TEST_F(EngineHandleTest, APropertyThatCannotBeSetIsThrown) {
   EXPECT_EQ(outcome("createConfEngine", {}), "throws Error: Failed to set the engine");
 }
 
+TEST_F(EngineHandleTest, TheModulesDataThatCannotBeReadIsAnErrorAndNoCrash) {
+  const std::string refused = "throws Error: The module's data cannot be read";
+  napi_value handle = create();
+  env.faults.fail("napi_get_instance_data");
+  EXPECT_EQ(outcome("createConfEngine", {}), refused);
+  for (const char* function : {"loadNodeEvents", "destroyConfEngine"}) {
+    env.faults.fail("napi_get_instance_data");
+    EXPECT_EQ(outcome(function, {handle}), refused);
+  }
+  env.faults.fail("napi_get_instance_data", 2);
+  EXPECT_EQ(outcome("destroyConfEngine", {handle}), refused);
+  EXPECT_EQ(outcome("loadNodeEvents", {handle}), "[]");
+}
+
 TEST_F(EngineHandleTest, AHandleMadeWhileAnotherIsMadeIsItsOwn) {
   napi_value inner = nullptr;
   env.beforePropertySet = [&](const std::string&) { inner = create(); };

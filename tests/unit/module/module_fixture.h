@@ -18,19 +18,22 @@ napi_value napi_register_module_v1(napi_env env, napi_value exports);
 
 namespace kavrin {
 
-class ModuleTest : public ::testing::Test {
- protected:
+// An environment that has loaded the module, and what script does there.
+class ModuleHost {
+ public:
   using Texts = std::vector<std::string>;
 
-  ModuleTest() {
+  ModuleHost() {
     testing::steer("{\"command\":\"reset\"}");
     napi_register_module_v1(&env, exports);
   }
-  ~ModuleTest() override {
+  ~ModuleHost() {
     env.close();
     testing::steer("{\"command\":\"reset\"}");
     EXPECT_EQ(testing::liveEngines(), 0);
   }
+  ModuleHost(const ModuleHost&) = delete;
+  ModuleHost& operator=(const ModuleHost&) = delete;
 
   fake::CallResult call(const std::string& function, std::vector<napi_value> arguments) {
     return env.call(exports->find(function)->value, std::move(arguments));
@@ -68,5 +71,7 @@ class ModuleTest : public ::testing::Test {
   fake::ScriptEnvironment env;
   napi_value exports = env.object();
 };
+
+class ModuleTest : public ::testing::Test, protected ModuleHost {};
 
 }  // namespace kavrin

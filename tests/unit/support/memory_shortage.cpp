@@ -1,0 +1,35 @@
+#include "tests/unit/support/memory_shortage.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+constexpr int kUnlimited = -1;
+
+// Allocations of this thread until they fail.
+thread_local int allocationsLeft = kUnlimited;
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (allocationsLeft == 0) throw std::bad_alloc();
+  if (allocationsLeft > 0) --allocationsLeft;
+  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
+bool kavrin::testing::runsShort(int nth, const std::function<void()>& work) {
+  bool isShort = false;
+  allocationsLeft = nth;
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+    isShort = true;
+  }
+  allocationsLeft = kUnlimited;
+  return isShort;
+}
