@@ -8,14 +8,29 @@ import { howItEnded, runScript } from './support/process.mjs';
 
 const player = fileURLToPath(new URL('races/play.mjs', import.meta.url));
 
-for (const kind of ['listeners', 'bindings', 'polls', 'unInit', 'destroy']) {
+// What must have come through, lest a race that nobody runs passes for one that nobody loses.
+const kinds = {
+  listeners: ['callbacks', 'answers'],
+  bindings: ['pictures'],
+  polls: ['events', 'answers'],
+  log: ['events'],
+  logins: ['answers'],
+  unInit: ['events', 'callbacks'],
+  destroy: ['events', 'pictures', 'callbacks'],
+  environments: [],
+};
+
+for (const [kind, evidence] of Object.entries(kinds)) {
   test(`eight engine threads against ${kind}`, { timeout: seconds(900) }, async t => {
-    const result = await runScript(player, [kind, rounds(isSanitized ? 200 : 400, 10000)],
+    const result = await runScript(player, [kind, rounds(isSanitized ? 300 : 500, 10000)],
       { timeoutMs: seconds(800) });
     assert.equal(result.code, 0, howItEnded(result));
-    const { late, left, callbacks } = result.report;
-    t.diagnostic(`${callbacks} callbacks`);
+    const { report } = result;
+    const { late, left, twice } = report;
+    t.diagnostic(evidence.map(what => `${report[what]} ${what}`).join(', '));
+    for (const what of evidence) assert.ok(report[what] > 0, `no ${what}`);
     assert.equal(late, 0, 'callbacks after destroyConfEngine had returned');
+    assert.equal(twice, 0, 'completions that were delivered again');
     assert.equal(left, 0, 'objects left in the engine library');
   });
 }

@@ -44,7 +44,7 @@ export function sanitizerEnvironment(buildDir, reportBase) {
     return {
       LD_PRELOAD: runtime(buildDir, 'tsan'),
       TSAN_OPTIONS: `${suppressions('tsan.supp')}:exitcode=99:ignore_noninstrumented_modules=1:` +
-        `report_signal_unsafe=0:report_thread_leaks=0:${log}`,
+        `atexit_sleep_ms=50:${log}`,
     };
   }
   return {};
