@@ -3,10 +3,12 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { isSanitized, rounds, seconds } from './support/measure.mjs';
+import { isLong, isSanitized, rounds, seconds } from './support/measure.mjs';
 import { howItEnded, runScript } from './support/process.mjs';
 
 const player = fileURLToPath(new URL('races/play.mjs', import.meta.url));
+
+const limit = seconds(isLong ? 1800 : 120);
 
 // What must have come through, lest a race that nobody runs passes for one that nobody loses.
 const kinds = {
@@ -21,9 +23,9 @@ const kinds = {
 };
 
 for (const [kind, evidence] of Object.entries(kinds)) {
-  test(`eight engine threads against ${kind}`, { timeout: seconds(900) }, async t => {
+  test(`eight engine threads against ${kind}`, { timeout: limit }, async t => {
     const result = await runScript(player, [kind, rounds(isSanitized ? 300 : 500, 10000)],
-      { timeoutMs: seconds(800) });
+      { timeoutMs: limit - seconds(10) });
     assert.equal(result.code, 0, howItEnded(result));
     const { report } = result;
     const { late, left, twice } = report;

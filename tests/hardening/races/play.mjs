@@ -7,7 +7,7 @@ import fs from 'node:fs';
 import { setTimeout as sleep } from 'node:timers/promises';
 import { fileURLToPath } from 'node:url';
 import { Worker } from 'node:worker_threads';
-import { engine } from '../../script/support/scripted.mjs';
+import { asCommand, engine, until } from '../../script/support/scripted.mjs';
 import { newFolder } from '../../script/support/workspace.mjs';
 import { Participant, seen } from '../life/participant.mjs';
 import { answerLogins, forever, kThreads, traffic } from './traffic.mjs';
@@ -67,6 +67,26 @@ async function inFullSwing(end) {
   }
 }
 
+// Every answer to a login takes a while, so that all threads meet inside unless something keeps
+// them apart.
+function slowDownAnswers() {
+  const quietly = { room: {}, arguments: [0], count: 2, intervalUs: 1000 };
+  engine.addHook('EnableExternalRender',
+    { run: asCommand('fire', { callback: 'OnVideoDeviceStateChange', ...quietly }), times: kThreads });
+}
+
+// The answer to a login is half-way when its engine ends: UnInit lets its thread go on.
+async function endInsideAnAnswer() {
+  const place = { operation: 'EnableExternalRender' };
+  engine.setPlan('Init', { mode: 'automatic', late: true });
+  engine.block(place.operation);
+  engine.addHook('UnInit', { run: asCommand('release', place) });
+  const participant = new Participant('ann');
+  participant.init(once());
+  await until(() => engine.waiting().includes(place.operation), 'the answer');
+  participant.end();
+}
+
 const kinds = {
   listeners: () => underStorm(() => traffic.reportedPictures(kThreads), (participant, i) => {
     if (i % 4 === 1) participant.unlisten();
@@ -109,12 +129,14 @@ const kinds = {
   },
 
   logins: () => inFullSwing(async i => {
+    if (i % 2 === 0) return endInsideAnAnswer();
     engine.setPlan('Init', { mode: 'hold' });
     const participant = new Participant('ann');
     participant.init(once());
     traffic.reportedPictures(kThreads);
+    if (i % 4 === 1) slowDownAnswers();
     answerLogins();
-    if (i % 2 === 0) await sleep(1);
+    await sleep(1);
     participant.end();
   }),
 
