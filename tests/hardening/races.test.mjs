@@ -3,9 +3,12 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { isLong, isSanitized, rounds, seconds } from './support/measure.mjs';
+import { sanitizerReports } from '../script/support/sanitizers.mjs';
+import { newFolder } from '../script/support/workspace.mjs';
+import { isLong, isSanitized, rounds, sanitizers, seconds } from './support/measure.mjs';
 import { howItEnded, runScript } from './support/process.mjs';
 
+const seeded = fileURLToPath(new URL('races/seeded.mjs', import.meta.url));
 const player = fileURLToPath(new URL('races/play.mjs', import.meta.url));
 
 const limit = seconds(isLong ? 1800 : 120);
@@ -15,6 +18,7 @@ const kinds = {
   listeners: ['callbacks', 'answers'],
   bindings: ['pictures'],
   polls: ['events', 'answers'],
+  answers: ['answers'],
   log: ['events'],
   logins: ['answers'],
   unInit: ['events', 'callbacks'],
@@ -36,3 +40,16 @@ for (const [kind, evidence] of Object.entries(kinds)) {
     assert.equal(left, 0, 'objects left in the engine library');
   });
 }
+
+// Whatever keeps Node's own races out of the results must let ours through.
+const underThreadSanitizer = { skip: !sanitizers.includes('thread') };
+
+test('the thread sanitizer tells a race of ours', underThreadSanitizer, async () => {
+  for (const size of [1, 100_000]) {
+    const folder = newFolder('seeded');
+    const options = process.env.TSAN_OPTIONS.replace(/log_path=\S+/, `log_path=${folder}/report`);
+    const result = await runScript(seeded, [size], { env: { TSAN_OPTIONS: options } });
+    assert.equal(result.code, 0, howItEnded(result));
+    assert.ok(sanitizerReports(folder).length > 0, `no report for ${size} bytes`);
+  }
+});

@@ -10,7 +10,7 @@ import { Worker } from 'node:worker_threads';
 import { asCommand, engine, until } from '../../script/support/scripted.mjs';
 import { newFolder } from '../../script/support/workspace.mjs';
 import { Participant, seen } from '../life/participant.mjs';
-import { answerLogins, forever, kThreads, traffic } from './traffic.mjs';
+import { answerAtOnce, kThreads, traffic } from './traffic.mjs';
 
 const [kind, rounds] = [process.argv[2], Number(process.argv[3])];
 const workerFile = fileURLToPath(new URL('environment.mjs', import.meta.url));
@@ -67,23 +67,18 @@ async function inFullSwing(end) {
   }
 }
 
-// Every answer to a login takes a while, so that all threads meet inside unless something keeps
-// them apart.
-function slowDownAnswers() {
-  const quietly = { room: {}, arguments: [0], count: 2, intervalUs: 1000 };
-  engine.addHook('EnableExternalRender',
-    { run: asCommand('fire', { callback: 'OnVideoDeviceStateChange', ...quietly }), times: kThreads });
-}
+// Where an answer to a login calls its engine.
+const kInside = 'EnableExternalRender';
 
-// The answer to a login is half-way when its engine ends: UnInit lets its thread go on.
+// The answer to a login is half-way when its engine ends: UnInit lets its thread go on, slowly.
 async function endInsideAnAnswer() {
-  const place = { operation: 'EnableExternalRender' };
   engine.setPlan('Init', { mode: 'automatic', late: true });
-  engine.block(place.operation);
-  engine.addHook('UnInit', { run: asCommand('release', place) });
+  engine.block(kInside);
+  engine.addHook(kInside, { run: asCommand('pause', { ms: 2 }) });
+  engine.addHook('UnInit', { run: asCommand('release', { operation: kInside }) });
   const participant = new Participant('ann');
   participant.init(once());
-  await until(() => engine.waiting().includes(place.operation), 'the answer');
+  await until(() => engine.waiting().includes(kInside), 'the answer');
   participant.end();
 }
 
@@ -111,11 +106,19 @@ const kinds = {
     participant.send(once());
   }),
 
+  answers: () => underStorm(() => traffic.events(2), participant => {
+    engine.setPlan('SendCustomMessage', { mode: 'hold' });
+    participant.send(once());
+    engine.setPlan('SendCustomMessage', { mode: 'automatic', late: true });
+    participant.send(once());
+    answerAtOnce();
+  }),
+
   // The log opens while eight threads of another engine write to it.
   async log() {
     const participant = new Participant('ann');
     await participant.login();
-    engine.fire('OnVideoDeviceStateChange', [1], { ...forever, threads: kThreads, intervalUs: 200 });
+    traffic.loggedEvents(kThreads);
     await sleep(20);
     const folder = newFolder('logs');
     await inFullSwing(async () => {
@@ -134,8 +137,7 @@ const kinds = {
     const participant = new Participant('ann');
     participant.init(once());
     traffic.reportedPictures(kThreads);
-    if (i % 4 === 1) slowDownAnswers();
-    answerLogins();
+    answerAtOnce();
     await sleep(1);
     participant.end();
   }),

@@ -5,7 +5,7 @@ import { engine } from '../../script/support/scripted.mjs';
 export const kThreads = 8;
 
 const room = { roomId: 'r', localUid: 'ann' };
-export const forever = { room, background: true, count: 1e9 };
+const forever = { room, background: true, count: 1e9 };
 const kCameraStarted = 4;
 const kCameraStopped = 7;
 const kLeft = 2;
@@ -20,6 +20,9 @@ const picture = (width, height) => ({ width, height, streamType: 0 });
 export const traffic = {
   events(threads) {
     engine.fire('OnDataMessageReceived', ['data'], { ...calm, threads });
+  },
+  loggedEvents(threads) {
+    engine.fire('OnVideoDeviceStateChange', [1], { ...calm, intervalUs: 200, threads });
   },
   // Of sizes that change, so that most of them are reported to listeners.
   pictures(threads, shape = dense) {
@@ -43,7 +46,8 @@ export const traffic = {
   },
 };
 
-// Answers whatever login is held, twice from each of eight threads.
-export function answerLogins() {
-  for (const { id } of engine.completions()) engine.complete(id, 0, { threads: kThreads, times: 2 });
+// Gives every answer that is held, twice from each of eight threads.
+export function answerAtOnce() {
+  const more = { threads: kThreads, times: 2 };
+  for (const { id } of engine.completions()) engine.complete(id, 0, more);
 }
