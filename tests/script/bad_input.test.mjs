@@ -4,6 +4,7 @@ import test from 'node:test';
 import { addon, engine, pictureBytes, room, settle } from './support/scripted.mjs';
 import { runChildWell } from './support/child.mjs';
 import { methods } from './support/methods.mjs';
+import { skipLongWork } from './support/sanitizers.mjs';
 import { log, loggedIn, newSession } from './support/session.mjs';
 
 const texts = {
@@ -21,7 +22,7 @@ const expected = { 'a text of 100 MB': 0, 'a million members': 0,
   'a million nested arrays in a member': 0 };
 
 for (const [what, make] of Object.entries(texts)) {
-  test(`JSON: ${what}`, { timeout: 120000 }, async () => {
+  test(`JSON: ${what}`, { timeout: 120000, skip: skipLongWork }, async () => {
     const { report } = await runChildWell(`
       const session = await new Session().login({ logPath: '/nonexistent' });
       const make = ${make};

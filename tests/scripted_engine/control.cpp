@@ -1,5 +1,6 @@
 #include "tests/scripted_engine/control.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <latch>
@@ -182,6 +183,20 @@ void completeSoon(const JsonValue& in, JsonWriter& out) {
   out.Null();
 }
 
+void pause(const JsonValue& in, JsonWriter& out) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(integerOf(in, "ms", 0)));
+  out.Null();
+}
+
+// Two threads write the same bytes without a lock: the thread sanitizer must report it.
+void race(const JsonValue& in, JsonWriter& out) {
+  std::vector<char> bytes(static_cast<std::size_t>(integerOf(in, "size", 1)));
+  std::thread other([&] { std::fill(bytes.begin(), bytes.end(), 'a'); });
+  std::fill(bytes.begin(), bytes.end(), 'b');
+  other.join();
+  out.Null();
+}
+
 void join(const JsonValue& /*in*/, JsonWriter& out) {
   scenario().jobs().joinAll();
   out.Null();
@@ -225,6 +240,8 @@ const std::map<std::string, Handler>& commandTable() {
       {"completions", completions},
       {"complete", complete},
       {"completeSoon", completeSoon},
+      {"pause", pause},
+      {"race", race},
       {"join", join},
       {"live", live},
       {"newestEngine", newestEngine},

@@ -68,6 +68,7 @@ ScriptedEngine::~ScriptedEngine() { call("DestroyConfEngine"); }
 
 template <typename... Arguments>
 std::int32_t ScriptedEngine::call(const char* operation, const Arguments&... arguments) {
+  const LiveToken inside(inside_);
   return Scenario::instance().enter(slot_->number, operation, argumentList(arguments...));
 }
 

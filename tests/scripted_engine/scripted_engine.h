@@ -5,6 +5,7 @@
 // asked for a late one.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -94,6 +95,9 @@ class ScriptedEngine final : public KavrinConferenceEngine {
 
   std::shared_ptr<EngineSlot> slot_;
   Users attendees_;
+  // Operations under way. Each writes here at its end, so that sanitizers find an engine that went
+  // away before.
+  std::atomic<std::int64_t> inside_{0};
   LiveToken live_{liveObjects().engines};
 };
 

@@ -50,8 +50,9 @@ export class Participant {
       this.watched(then));
   }
 
-  init(then) {
-    return this.later('Init', { rootHost, logPath, puid: this.id, password: 'p', name: this.id }, then);
+  init(then, folder = logPath) {
+    const login = { rootHost, logPath: folder, puid: this.id, password: 'p', name: this.id };
+    return this.later('Init', login, then);
   }
 
   login() {

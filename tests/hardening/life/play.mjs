@@ -48,24 +48,28 @@ async function workers() {
 // This environment and another one hold conferences at the same time.
 async function twoEnvironments() {
   const other = startWorker({ kind: 'meeting', rounds: count });
-  for (let round = 0; round < count; round++) await kinds.meeting(round);
+  const memory = await playRounds(kinds.meeting);
   await other.exited;
   add(other.last);
+  return memory;
+}
+
+// Returns what memory the process had, about twenty times on the way.
+async function playRounds(one) {
+  const memory = [];
+  for (let round = 0; round < count; round++) {
+    await one(round);
+    if (round % Math.max(1, Math.floor(count / 20)) === 0) {
+      globalThis.gc?.();
+      memory.push(process.memoryUsage.rss());
+    }
+  }
+  return memory;
 }
 
 async function play() {
-  const memory = [];
-  if (kind === 'twoEnvironments') await twoEnvironments();
-  else {
-    const one = kind === 'workers' ? workers : kinds[kind];
-    for (let round = 0; round < count; round++) {
-      await one(round);
-      if (round % Math.max(1, Math.floor(count / 20)) === 0) {
-        globalThis.gc?.();
-        memory.push(process.memoryUsage.rss());
-      }
-    }
-  }
+  const players = { twoEnvironments, workers: () => playRounds(workers) };
+  const memory = await (players[kind] ?? (() => playRounds(kinds[kind])))();
   kinds.finish();
   // Whatever was on its way may arrive now.
   await sleep(20);

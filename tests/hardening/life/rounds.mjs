@@ -1,6 +1,13 @@
 // The lives that participants lead, one function per kind; each plays one round.
 import { answerLate, below, chance, engine, flood, isScripted, Participant, sleep } from './participant.mjs';
 
+// The scripted engine keeps its ended threads and a record of every call until it is told.
+function tidyUp(round) {
+  if (!isScripted || round % 20 !== 0) return;
+  engine.join();
+  engine.clearCalls();
+}
+
 async function live(participants) {
   const steps = below(4);
   for (let i = 0; i < steps; i++) {
@@ -26,10 +33,7 @@ export async function conference(round, prefix = '') {
   await live(participants);
   if (chance(0.5)) participants.reverse();
   for (const each of participants) each.end();
-  if (isScripted && round % 20 === 0) {
-    engine.join();
-    engine.clearCalls();
-  }
+  tidyUp(round);
 }
 
 // Both environments of a process meet in one room.
@@ -55,14 +59,11 @@ export async function listeners(round) {
   if (chance(0.7)) await sleep(below(3));
   poster.unlisten();
   poster.poll();
-  if (isScripted && round % 20 === 0) {
-    engine.join();
-    engine.clearCalls();
-  }
+  tidyUp(round);
 }
 
 // Listeners that are gone are not called, however many posts were on their way.
-export async function unheard() {
+export async function unheard(round) {
   answerLate();
   const participant = new Participant('unheard');
   await participant.login();
@@ -73,6 +74,7 @@ export async function unheard() {
   participant.end();
   await sleep(3);
   if (calls > 0) throw new Error('a completion was delivered after destroyConfEngine');
+  tidyUp(round);
 }
 
 export const finish = () => poster?.end();

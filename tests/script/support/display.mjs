@@ -9,7 +9,9 @@ export const displayServer = spawnSync('Xvfb', ['-help']).error ? null : 'Xvfb';
 export async function startDisplay(t, { width, height }) {
   const screen = ['-screen', '0', `${width}x${height}x24`];
   const options = ['-displayfd', '3', ...screen, '-ac', '-nolisten', 'tcp'];
-  const server = spawn(displayServer, options, { stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
+  // Without the sanitizers' run times that Node may have been given.
+  const server = spawn(displayServer, options,
+    { env: { ...process.env, LD_PRELOAD: '' }, stdio: ['ignore', 'ignore', 'ignore', 'pipe'] });
   t.after(async () => {
     server.kill();
     await once(server, 'exit');

@@ -4,8 +4,7 @@ import { execFileSync } from 'node:child_process';
 import fs from 'node:fs';
 import path from 'node:path';
 import { projectDir } from './paths.mjs';
-
-const suppressionsDir = path.join(projectDir, 'tests/script');
+import { ourThreadReports } from './thread_reports.mjs';
 
 function cached(buildDir, variable) {
   const cache = fs.readFileSync(path.join(buildDir, 'CMakeCache.txt'), 'utf8');
@@ -21,7 +20,7 @@ function runtime(buildDir, library) {
     { encoding: 'utf8' }).trim();
 }
 
-const suppressions = name => `suppressions=${path.join(suppressionsDir, name)}`;
+const suppressions = file => `suppressions=${path.join(projectDir, 'tests', file)}`;
 
 // What the environment of the tests needs for the sanitizers of the build, whose reports go to files
 // that begin with `reportBase`.
@@ -36,19 +35,24 @@ export function sanitizerEnvironment(buildDir, reportBase) {
       ASAN_OPTIONS: 'detect_leaks=1:intercept_tls_get_addr=0:abort_on_error=1:' +
         `allocator_may_return_null=1:${log}`,
       // Node leaks at its end, so leaks are judged from the reports and not by the exit code.
-      LSAN_OPTIONS: `${suppressions('lsan.supp')}:print_suppressions=0:exitcode=0`,
+      LSAN_OPTIONS: `${suppressions('script/lsan.supp')}:print_suppressions=0:exitcode=0`,
       UBSAN_OPTIONS: `print_stacktrace=1:abort_on_error=1:${log}`,
     };
   }
   if (sanitizers.includes('thread')) {
     return {
       LD_PRELOAD: runtime(buildDir, 'tsan'),
-      TSAN_OPTIONS: `${suppressions('tsan.supp')}:exitcode=99:ignore_noninstrumented_modules=1:` +
-        `report_signal_unsafe=0:report_thread_leaks=0:${log}`,
+      // Node has races of its own, so races are judged from the reports and not by the exit code.
+      TSAN_OPTIONS: `${suppressions('conference/tsan.supp')}:exitcode=0:report_signal_unsafe=0:` +
+        `report_thread_leaks=0:atexit_sleep_ms=50:${log}`,
     };
   }
   return {};
 }
+
+// Why long work of one thread alone is left out under the thread sanitizer; false under others.
+export const skipLongWork =
+  'TSAN_OPTIONS' in process.env && 'one thread alone has no races, and this takes its time';
 
 const isOurFrame = frame => frame.includes(`${projectDir}/`) || /\.node\b|<unknown module>/.test(frame);
 const isLibraryFrame = frame =>
@@ -70,6 +74,7 @@ export function sanitizerReports(folder) {
   return fs.readdirSync(folder).flatMap(name => {
     const text = fs.readFileSync(path.join(folder, name), 'utf8');
     if (text.includes('ERROR: LeakSanitizer')) return ourLeaks(text);
+    if (text.includes('ThreadSanitizer')) return ourThreadReports(text);
     return /(ERROR|WARNING): \w*Sanitizer|runtime error:/.test(text) ? [text] : [];
   });
 }

@@ -72,6 +72,8 @@ export const engine = {
   // Lets a thread of the engine wait until a completion of `operation` is held and call it; the
   // completion stays held.
   completeSoon: (operation, code = 0) => command('completeSoon', { operation, code }),
+  // Makes two threads write the same `size` bytes without a lock.
+  race: size => command('race', { size }),
   join: () => command('join'),
   live: () => command('live'),
   newestEngine: () => command('newestEngine'),

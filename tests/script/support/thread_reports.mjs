@@ -1,0 +1,37 @@
+// Tells what the thread sanitizer reports about our code from what it reports about Node and other
+// libraries. Those are not built for it: what they synchronise by atomics of their own cannot be
+// seen, so it takes some of what they do among themselves for races.
+//
+// The sanitizer's own means do not suffice. A suppression matches any frame of a stack, and Node is
+// at the bottom of every stack of the script thread, so one for Node would hide our races; and
+// ignore_noninstrumented_modules takes all modules for such, so that copying and freeing of memory,
+// by our code too, would go unseen.
+
+// Stacks that tell where memory, threads and mutexes came from, and not what happened.
+const isOrigin = stack =>
+  /^ *(Location is|Thread T|Mutex M\w+ \(0x\w+\) created|Mutex M\w+ is)/.test(stack);
+
+const moduleOf = frame => /\(([^()\s]+)\+0x\w+\)$/.exec(frame)?.[1] ?? '';
+const isRuntime = module => /^(lib(tsan|stdc\+\+|c|m|gcc_s)\.so|ld-linux)/.test(module);
+const isNode = module => module.startsWith('node');
+// '' may be code of ours that has been unloaded by the time of the report.
+const isOurModule = module =>
+  module === '' || /^(lib)?Kavrin\w+\.(node|so)|^scripted_control\./.test(module);
+
+// What Node does on behalf of our code is ours as well: we may have handed it something that is
+// gone. What a media library does is its own affair.
+function isOurs(stack) {
+  const modules = [...stack.matchAll(/^ +#\d+ .*$/gm)].map(([frame]) => moduleOf(frame));
+  const doer = modules.find(module => !isRuntime(module)) ?? '';
+  return modules.some(isOurModule) && (isOurModule(doer) || isNode(doer));
+}
+
+// The reports in a file of the sanitizer's in which our code takes part.
+export function ourThreadReports(text) {
+  return text.split(/^={18}$/m).filter(report => {
+    if (/(ERROR|FATAL): ThreadSanitizer/.test(report)) return true;
+    const [heading, ...rest] = report.trim().split('\n');
+    const stacks = rest.join('\n').split('\n\n').filter(stack => !isOrigin(stack));
+    return heading.startsWith('WARNING: ThreadSanitizer') && stacks.some(isOurs);
+  });
+}
