@@ -1,7 +1,6 @@
 #include "tests/scripted_engine/callbacks.h"
 
 #include <chrono>
-#include <latch>
 #include <map>
 #include <memory>
 #include <optional>
@@ -13,6 +12,7 @@
 
 #include "engine/engine_interface.h"
 #include "tests/scripted_engine/scenario.h"
+#include "tests/scripted_engine/start_line.h"
 
 namespace kavrin::scripted {
 namespace {
@@ -176,7 +176,7 @@ struct Salvo {
         interval(integerOf(command, "intervalUs", 0)),
         sequence(integerOf(command, "sequence", -1)),
         late(flagOf(command, "late")),
-        start(static_cast<std::ptrdiff_t>(threads)) {
+        start(threads) {
     if (slot == nullptr) throw std::runtime_error("no such engine");
     if (const JsonValue* list = member(command, "arguments")) {
       arguments.CopyFrom(*list, arguments.GetAllocator());
@@ -201,11 +201,11 @@ struct Salvo {
   bool late;
   ConfRoom room;
   rapidjson::Document arguments;
-  std::latch start;
+  StartLine start;
 };
 
 void fireFromOneThread(Salvo& salvo, std::int64_t thread) {
-  salvo.start.arrive_and_wait();
+  salvo.start.arriveAndWait();
   for (std::int64_t i = 0; i < salvo.count; ++i) {
     if (!salvo.late && !salvo.slot->gate.enter()) return;
     salvo.call(*salvo.slot->sink, salvo.room,
