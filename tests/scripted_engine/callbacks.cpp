@@ -1,7 +1,6 @@
 #include "tests/scripted_engine/callbacks.h"
 
 #include <chrono>
-#include <latch>
 #include <map>
 #include <memory>
 #include <optional>
@@ -13,6 +12,7 @@
 
 #include "engine/engine_interface.h"
 #include "tests/scripted_engine/scenario.h"
+#include "tests/scripted_engine/start_line.h"
 
 namespace kavrin::scripted {
 namespace {
@@ -177,7 +177,7 @@ struct Salvo {
         burst(integerOf(command, "burst", 0)),
         sequence(integerOf(command, "sequence", -1)),
         late(flagOf(command, "late")),
-        start(static_cast<std::ptrdiff_t>(threads)) {
+        start(threads) {
     if (slot == nullptr) throw std::runtime_error("no such engine");
     if (const JsonValue* list = member(command, "arguments")) {
       arguments.CopyFrom(*list, arguments.GetAllocator());
@@ -203,11 +203,11 @@ struct Salvo {
   bool late;
   ConfRoom room;
   rapidjson::Document arguments;
-  std::latch start;
+  StartLine start;
 };
 
 void fireFromOneThread(Salvo& salvo, std::int64_t thread) {
-  salvo.start.arrive_and_wait();
+  salvo.start.arriveAndWait();
   // By the clock, so that the rate does not depend on how long a call takes.
   auto next = std::chrono::steady_clock::now();
   for (std::int64_t i = 0; i < salvo.count; ++i) {

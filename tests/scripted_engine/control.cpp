@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
-#include <latch>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -15,6 +14,7 @@
 #include "tests/scripted_engine/json.h"
 #include "tests/scripted_engine/live_objects.h"
 #include "tests/scripted_engine/scenario.h"
+#include "tests/scripted_engine/start_line.h"
 
 namespace kavrin::scripted {
 namespace {
@@ -150,11 +150,11 @@ void complete(const JsonValue& in, JsonWriter& out) {
   const auto run = [&] {
     for (std::int64_t i = 0; i < times; ++i) completion->run(code, text ? text->c_str() : nullptr);
   };
-  std::latch start(static_cast<std::ptrdiff_t>(threadCount));
+  StartLine start(threadCount);
   std::vector<std::thread> threads;
   for (std::int64_t i = 0; i < threadCount; ++i) {
     threads.emplace_back([&] {
-      start.arrive_and_wait();
+      start.arriveAndWait();
       run();
     });
   }
