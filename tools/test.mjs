@@ -23,6 +23,11 @@ function scriptTests(preset) {
   check(process.execPath, [path.join('tests', 'script', 'run.mjs'), path.join('build', preset)]);
 }
 
+function hardeningTests(preset, names = []) {
+  const files = names.map((name) => path.join('tests', 'hardening', `${name}.test.mjs`));
+  check(process.execPath, [path.join('tests', 'hardening', 'run.mjs'), path.join('build', preset), ...files]);
+}
+
 const stages = {
   format() {
     const listed = spawnSync('git', ['ls-files', '*.h', '*.cpp'], { cwd: root, encoding: 'utf8' });
@@ -33,21 +38,26 @@ const stages = {
     check(process.execPath, [path.join('tools', 'method_docs', 'write.mjs'), '--check']);
     unitTests('release');
     scriptTests('release');
+    hardeningTests('release', ['life_and_death', 'matrix_real', 'memory']);
   },
-  // The build is the check: thread-safety analysis is on and warnings are errors.
+  // The build is a check itself: thread-safety analysis is on and warnings are errors.
   clang() {
     build('clang', { withTests: true });
+    hardeningTests('clang'); // the fuzzers
   },
   asan() {
     build('asan', { withTests: true });
     unitTests('asan');
     scriptTests('asan');
+    hardeningTests('asan', ['fuzz_calls', 'life_and_death']);
   },
   tsan() {
     build('tsan', { withTests: true });
     // Media plug-ins are not instrumented, and the first use of one may look like a race of theirs; a
     // race of ours shows again.
     unitTests('tsan', ['--repeat', 'until-pass:2']);
+    scriptTests('tsan');
+    hardeningTests('tsan', ['races']);
   },
 };
 
