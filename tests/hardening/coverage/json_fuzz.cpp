@@ -8,6 +8,7 @@
 #include <variant>
 
 #include "engine/parameters.h"
+#include "tests/hardening/coverage/json_model.h"
 #include "tests/hardening/coverage/require.h"
 
 namespace kavrin {
@@ -72,6 +73,15 @@ bool namesAField(const std::string& error) {
   });
 }
 
+// The text as the library reads it; nothing when it is no JSON, or begins with what only our
+// readers skip.
+std::optional<rapidjson::Document> parsed(const std::string& text) {
+  rapidjson::Document document;
+  document.Parse<rapidjson::kParseIterativeFlag>(text.c_str());
+  if (document.HasParseError()) return std::nullopt;
+  return document;
+}
+
 // False when the text is no JSON, which is the same for every record.
 template <typename Record>
 bool check(const std::string& text, const std::string& padded) {
@@ -80,6 +90,12 @@ bool check(const std::string& text, const std::string& padded) {
   require(shortOutcome.present == longOutcome.present, "the same keys are present");
   require(sameError(shortOutcome.error, longOutcome.error), "the same error");
   require(sameRecord(shortOutcome.record, longOutcome.record), "the same record");
+  if (const auto root = parsed(text)) {
+    require(shortOutcome.error.has_value() == deservesAnError<Record>(*root),
+            "there is an error just when a member is of the wrong type");
+    require(shortOutcome.error || isReadingOf(*root, shortOutcome.record),
+            "the record holds what the text says");
+  }
   if (!shortOutcome.error) return true;
   const bool isParseError = shortOutcome.error->starts_with("Parse json fail. err=");
   require(isParseError ? quotesTheText(*shortOutcome.error, text)
