@@ -15,6 +15,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -60,6 +61,10 @@ class Variant {
   explicit Variant(const char* text);
   // Null with isNull set when `text` is empty, else a String.
   explicit Variant(std::string text);
+  // As text(), built where it stays.
+  struct AsText {};
+  Variant(AsText, std::string_view text)
+      : stringValue(text), env(nullptr), kind(Kind::String), isNull(text.empty()) {}
 
   Variant(const Variant& other);
   Variant(Variant&& other) noexcept : Variant(Kind::Null) { moveValue(other); }
@@ -77,7 +82,7 @@ class Variant {
   static Variant uint64(std::uint64_t value);
   static Variant boolean(bool value);
   // Kind String whatever the text; isNull is set when it is empty.
-  static Variant text(std::string value) { return Variant(TextKind(), std::move(value)); }
+  static Variant text(std::string value) { return Variant(AsText(), std::move(value)); }
   static Variant array(ArrayType elements);
   static Variant object(ObjectType entries);
   static Variant bytes(const void* data, std::int32_t length);
@@ -140,8 +145,7 @@ class Variant {
   bool isNull = false;
 
  private:
-  struct TextKind {};
-  Variant(TextKind, std::string&& text) noexcept
+  Variant(AsText, std::string&& text) noexcept
       : stringValue(std::move(text)), env(nullptr), kind(Kind::String) {
     isNull = stringValue.empty();
   }

@@ -145,7 +145,7 @@ void KavrinNodeConferenceEngine::onEvent(const char* name, std::vector<Variant> 
   event->key = name;
   event->parms = std::move(values);
   pendingEvents_.append(std::move(event));
-  if (std::strcmp(name, "OnRoomMemberVideoFrame") != 0) {
+  if (logger_.isOpen() && std::strcmp(name, "OnRoomMemberVideoFrame") != 0) {
     logger_.write(kavrin::kLogDebug, __LINE__, "KavrinNodeConferenceEngine::onEvent",
                   "onEvent end:%s", name);
   }

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "engine/parameters.h"
+#include "support/text_hash.h"
 
 namespace kavrin {
 
@@ -29,7 +30,7 @@ class FrameRequestCache {
   static constexpr std::size_t kCapacity = 256;
   static constexpr std::size_t kLongestText = 1024;  // bytes
 
-  std::unordered_map<std::string, FrameParameters> requests_;
+  std::unordered_map<std::string, FrameParameters, TextHash> requests_;
   FrameParameters decoded_;
 };
 

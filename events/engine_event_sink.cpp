@@ -1,12 +1,18 @@
 #include "events/engine_event_sink.h"
 
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "engine/conference_node_engine.h"
 
 // One debug line under the name of the callback that writes it.
-#define KAVRIN_LOG_CALLBACK(...) engine_.log().write(kavrin::kLogDebug, __LINE__, kTag, __VA_ARGS__)
+#define KAVRIN_LOG_CALLBACK(...)                                           \
+  do {                                                                     \
+    if (engine_.log().isOpen()) {                                          \
+      engine_.log().write(kavrin::kLogDebug, __LINE__, kTag, __VA_ARGS__); \
+    }                                                                      \
+  } while (false)
 
 using kavrin::Variant;
 
@@ -29,30 +35,36 @@ constexpr std::int32_t kScreenShareMode = 2;
 
 constexpr std::size_t kRoomValues = 2;
 
-Variant value(const char* text) { return Variant(text); }
-Variant value(std::int32_t number) { return Variant::int32(number); }
-Variant value(std::uint16_t number) { return Variant::uint16(number); }
-Variant value(std::uint32_t number) { return Variant::uint32(number); }
-Variant value(bool flag) { return Variant::boolean(flag); }
-Variant value(Variant::ArrayType elements) { return Variant::array(std::move(elements)); }
+// Values are built where they stay: every event has some, made on the engine's threads.
+void append(Values& values, const char* text) { values.emplace_back(text); }
+void append(Values& values, std::int32_t number) { values.push_back(Variant::int32(number)); }
+void append(Values& values, std::uint16_t number) { values.push_back(Variant::uint16(number)); }
+void append(Values& values, std::uint32_t number) { values.push_back(Variant::uint32(number)); }
+void append(Values& values, bool flag) { values.push_back(Variant::boolean(flag)); }
+void append(Values& values, Variant::ArrayType&& elements) {
+  values.push_back(Variant::array(std::move(elements)));
+}
+void appendText(Values& values, std::string_view text) {
+  values.emplace_back(Variant::AsText(), text);
+}
 
 template <typename... Arguments>
 Values deviceValues(Arguments... arguments) {
   Values values;
   values.reserve(sizeof...(arguments));
-  (values.push_back(value(std::move(arguments))), ...);
+  (append(values, arguments), ...);
   return values;
 }
 
 // The local user and the room, then the arguments. An unknown room is told as "null", an unknown
 // user as an empty text: script has come to rely on the difference.
 template <typename... Arguments>
-Values roomValues(const ConfRoom& room, Arguments... arguments) {
+Values roomValues(const ConfRoom& room, Arguments&&... arguments) {
   Values values;
   values.reserve(kRoomValues + sizeof...(arguments));
-  values.push_back(Variant::text(room.m_localUid));
-  values.push_back(Variant::text(room.m_roomId.empty() ? "null" : room.m_roomId));
-  (values.push_back(value(std::move(arguments))), ...);
+  appendText(values, room.m_localUid);
+  appendText(values, room.m_roomId.empty() ? std::string_view("null") : room.m_roomId);
+  (append(values, std::forward<Arguments>(arguments)), ...);
   return values;
 }
 

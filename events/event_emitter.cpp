@@ -123,7 +123,7 @@ class EventEmitter::Delivery {
   const DispatchMessage& message_;
 };
 
-std::size_t NameHash::operator()(const std::string& name) const noexcept {
+std::size_t NameHash::operator()(std::string_view name) const noexcept {
   std::uint64_t hash = 14695981039346656037ULL;
   for (const char byte : name) {
     hash ^= static_cast<unsigned char>(byte);
@@ -285,12 +285,12 @@ void EventEmitter::unregister(const std::string& name) {
   if (record->contextRef != nullptr) leftovers_.push_back(std::move(record));
 }
 
-void EventEmitter::post(const std::string& name, std::unique_ptr<DispatchMessage> message,
+void EventEmitter::post(std::string_view name, std::unique_ptr<DispatchMessage> message,
                         const char* failureText, const char* unknownText) {
   MutexLock lock(mutex_);
   const auto found = listeners_.find(name);
   if (found == listeners_.end()) {
-    logSink_.LogI(unknownText + name);
+    logSink_.LogI(std::string(unknownText).append(name));
     return;
   }
   message->record = found->second;
@@ -299,11 +299,11 @@ void EventEmitter::post(const std::string& name, std::unique_ptr<DispatchMessage
   if (status == napi_ok) {
     static_cast<void>(message.release());  // delivery frees it
   } else {
-    logSink_.LogE(failureText + name);
+    logSink_.LogE(std::string(failureText).append(name));
   }
 }
 
-void EventEmitter::emit(const std::string& name, std::string jsonPayload) {
+void EventEmitter::emit(std::string_view name, std::string jsonPayload) {
   auto message = std::make_unique<DispatchMessage>();
   message->isEvent = true;
   message->payload = std::move(jsonPayload);

@@ -37,8 +37,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -51,7 +53,8 @@ namespace kavrin {
 
 // FNV-1a, 64 bits.
 struct NameHash {
-  std::size_t operator()(const std::string& name) const noexcept;
+  using is_transparent = void;
+  std::size_t operator()(std::string_view name) const noexcept;
 };
 
 class EventEmitter {
@@ -79,7 +82,7 @@ class EventEmitter {
   void unregister(const std::string& name);
 
   // Posts JSON text to a listener, which is called with the parsed value and its context.
-  void emit(const std::string& name, std::string jsonPayload);
+  void emit(std::string_view name, std::string jsonPayload);
 
   // Posts a result code to a completion callback, which is called with the code alone; the payload
   // is carried along but never handed over.
@@ -109,14 +112,15 @@ class EventEmitter {
   // wait for the clock.
   std::int64_t nextStamp() KAVRIN_REQUIRES(mutex_);
   napi_value throwLogged(napi_env env, const char* message);
-  void post(const std::string& name, std::unique_ptr<DispatchMessage> message,
+  void post(std::string_view name, std::unique_ptr<DispatchMessage> message,
             const char* failureText, const char* unknownText);
 
   LogSink& logSink_;
   EnvironmentHook& environmentHook_;
   const std::shared_ptr<DeliveryGate> gate_;
   Mutex mutex_{"callback registry"};
-  std::unordered_map<std::string, RecordPtr, NameHash> listeners_ KAVRIN_GUARDED_BY(mutex_);
+  std::unordered_map<std::string, RecordPtr, NameHash, std::equal_to<>> listeners_
+      KAVRIN_GUARDED_BY(mutex_);
   // Records that are out of the map and still hold something of the script host.
   std::vector<RecordPtr> leftovers_ KAVRIN_GUARDED_BY(mutex_);
   std::int64_t lastStamp_ KAVRIN_GUARDED_BY(mutex_) = 0;

@@ -29,6 +29,7 @@
 #include "bridge/node_api.h"
 #include "engine/engine_interface.h"
 #include "support/script_first_mutex.h"
+#include "support/text_hash.h"
 #include "support/thread_annotations.h"
 
 namespace kavrin {
@@ -134,10 +135,10 @@ class VideoFrameStore {
 
   FrameNotifier* const notifier_;
   ScriptFirstMutex mutex_{"frame store"};
-  std::unordered_map<std::string, Slot> slots_ KAVRIN_GUARDED_BY(mutex_);
+  std::unordered_map<std::string, Slot, TextHash> slots_ KAVRIN_GUARDED_BY(mutex_);
   std::vector<std::string> announcedKeys_ KAVRIN_GUARDED_BY(mutex_);
   std::string exemptUser_ KAVRIN_GUARDED_BY(mutex_);
-  std::unordered_map<std::string, BoundBuffer> boundBuffers_ KAVRIN_GUARDED_BY(mutex_);
+  std::unordered_map<std::string, BoundBuffer, TextHash> boundBuffers_ KAVRIN_GUARDED_BY(mutex_);
   JsonBuffer json_ KAVRIN_GUARDED_BY(mutex_);
 };
 
