@@ -41,7 +41,7 @@ const rowColumns = {
   path: ({ name }) => name,
   ratio: ({ ratio }) => fixed(ratio),
   spread: ({ low, high }) => `${fixed(low)}..${fixed(high)}`,
-  limit: ({ ratio, limit }) => `${ratio <= limit ? '' : '! '}${fixed(limit)}`,
+  limit: ({ ratio, limit }) => (limit ? `${ratio <= limit ? '' : '! '}${fixed(limit)}` : ''),
   'ours ns': ({ oursNs }) => Math.round(oursNs),
   'floor ns': ({ floorNs }) => Math.round(floorNs),
 };
