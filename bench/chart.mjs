@@ -10,12 +10,13 @@ const escape = (text) => text.replace(/&/g, '&amp;').replace(/</g, '&lt;');
 function line(row, index) {
   const y = 30 + index * rowHeight;
   const colour = !row.limit || row.ratio <= row.limit ? '#2a7' : '#c43';
-  const limit = row.limit && `<line x1="${x(row.limit)}" x2="${x(row.limit)}" y1="${y}" y2="${y + 22}" stroke="#00f" stroke-dasharray="3,2"/>`;
+  const limit = !row.limit ? '' : `
+  <line x1="${x(row.limit)}" x2="${x(row.limit)}" y1="${y}" y2="${y + 22}" stroke="#00f"
+        stroke-dasharray="3,2"/>`;
   return `
   <text x="${labelWidth - 8}" y="${y + 14}" text-anchor="end">${escape(row.name)}</text>
   <rect x="${labelWidth}" y="${y + 4}" width="${x(row.ratio) - labelWidth}" height="14" fill="${colour}"/>
-  <line x1="${x(row.low)}" x2="${x(row.high)}" y1="${y + 11}" y2="${y + 11}" stroke="#000"/>
-  ${limit || ''}`;
+  <line x1="${x(row.low)}" x2="${x(row.high)}" y1="${y + 11}" y2="${y + 11}" stroke="#000"/>${limit}`;
 }
 
 /** An SVG document; a dashed line marks each row's limit, a thin one its spread. */

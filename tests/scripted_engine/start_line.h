@@ -1,7 +1,7 @@
 // Lets a number of threads begin together.
 //
-// Not std::latch: with a C++ library that has no futex to wait on, as on Windows, it may miss its own
-// wake-up.
+// Not std::latch: with a C++ library that has no futex to wait on, as on Windows, it may miss its
+// own wake-up.
 //
 // Threads: any thread.
 #pragma once
