@@ -160,16 +160,17 @@ class Variant {
   void setInt32(std::int32_t value) noexcept;
 };
 
-// Every value of an event is made, moved and destroyed, on engine threads; most are texts and whole
+// Every value of an event is made, moved and destroyed, on engine threads; most are texts and
 // numbers, so these are handled where they are used.
 inline void Variant::moveValue(Variant& other) noexcept {
   if (other.kind == Kind::String) {
     new (&stringValue) std::string(std::move(other.stringValue));
     kind = Kind::String;
     isNull = other.isNull;
-  } else if (other.kind == Kind::Int32) {
-    int32Value = other.int32Value;
-    kind = Kind::Int32;
+  } else if (other.kind < Kind::String) {
+    uint64Value = other.uint64Value;  // every scalar member
+    env = other.env;                  // ulongValue too, which shares its storage
+    kind = other.kind;
     isNull = other.isNull;
   } else {
     moveLargeValue(other);

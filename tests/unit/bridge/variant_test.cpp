@@ -203,5 +203,14 @@ TEST(Variant, AMovedFromBufferHasNoBytes) {
   EXPECT_EQ(Variant(from).bufferLength, 0);
 }
 
+TEST(Variant, AMovedNumberLosesNoneOfItsWords) {
+  Variant from(Kind::Int32);
+  from.uint64Value = 0x1122334455667788;
+  from.ulongValue = 99;
+  const Variant to(std::move(from));
+  EXPECT_EQ(to.uint64Value, 0x1122334455667788u);
+  EXPECT_EQ(to.ulongValue, 99u);
+}
+
 }  // namespace
 }  // namespace kavrin
