@@ -11,19 +11,22 @@
 const isOrigin = stack =>
   /^ *(Location is|Thread T|Mutex M\w+ \(0x\w+\) created|Mutex M\w+ is)/.test(stack);
 
-const moduleOf = frame => /\(([^()\s]+)\+0x\w+\)$/.exec(frame)?.[1] ?? '';
-const isRuntime = module => /^(lib(tsan|stdc\+\+|c|m|gcc_s)\.so|ld-linux)/.test(module);
-const isNode = module => module.startsWith('node');
-// '' may be code of ours that has been unloaded by the time of the report.
-const isOurModule = module =>
+const framesOf = stack => [...stack.matchAll(/^ +#\d+ (.*?)(?: \(([^()\s]+)\+0x\w+\))?$/gm)]
+  .map(([, what, module = '']) => ({ what, module }));
+
+const isRuntime = ({ module }) => /^(lib(tsan|stdc\+\+|c|m|gcc_s)\.so|ld-linux)/.test(module);
+// A frame without a module may be code of ours that has been unloaded by the time of the report.
+const isOurCode = ({ module }) =>
   module === '' || /^(lib)?Kavrin\w+\.(node|so)|^scripted_control\./.test(module);
+const isNodeApi = ({ what, module }) => module.startsWith('node') && !what.startsWith('v8::');
 
 // What Node does on behalf of our code is ours as well: we may have handed it something that is
-// gone. What a media library does is its own affair.
+// gone. What the script machine's collector does meanwhile on several threads is not, nor what a
+// media library does.
 function isOurs(stack) {
-  const modules = [...stack.matchAll(/^ +#\d+ .*$/gm)].map(([frame]) => moduleOf(frame));
-  const doer = modules.find(module => !isRuntime(module)) ?? '';
-  return modules.some(isOurModule) && (isOurModule(doer) || isNode(doer));
+  const frames = framesOf(stack);
+  const doer = frames.find(frame => !isRuntime(frame));
+  return doer !== undefined && frames.some(isOurCode) && (isOurCode(doer) || isNodeApi(doer));
 }
 
 // The reports in a file of the sanitizer's in which our code takes part.
