@@ -57,7 +57,7 @@ const stages = {
     // race of ours shows again.
     unitTests('tsan', ['--repeat', 'until-pass:2']);
     scriptTests('tsan');
-    hardeningTests('tsan', ['races']);
+    hardeningTests('tsan', ['races', 'thread_reports', 'life_and_death']);
   },
 };
 
