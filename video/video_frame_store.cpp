@@ -1,9 +1,15 @@
 #include "video/video_frame_store.h"
 
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <string_view>
+#include <utility>
 
 namespace kavrin {
 namespace {
@@ -15,35 +21,47 @@ std::optional<std::int32_t> pictureSize(const VideoFrameStore::VideoFrame& frame
   return static_cast<std::int32_t>(size);
 }
 
-}  // namespace
-
-// One flat JSON object, key by key, in the store's buffer.
-class VideoFrameStore::JsonObject {
+// One flat JSON object, key by key. Written under the store's mutex, hence without a JSON writer
+// but for names that need one.
+class JsonObject {
  public:
-  explicit JsonObject(JsonBuffer& json) : json_(json) {
-    json_.text.Clear();
-    json_.writer.Reset(json_.text);
-    json_.writer.StartObject();
-  }
+  JsonObject() { text_.reserve(kUsualLength); }
 
-  JsonObject& number(const char* key, std::int64_t value) {
-    json_.writer.Key(key);
-    json_.writer.Int64(value);
+  JsonObject& number(std::string_view key, std::int64_t value) {
+    begin(key);
+    char digits[std::numeric_limits<std::int64_t>::digits10 + 2];
+    const auto end = std::to_chars(digits, digits + sizeof digits, value);
+    text_.append(digits, end.ptr);
     return *this;
   }
-  JsonObject& text(const char* key, const std::string& value) {
-    json_.writer.Key(key);
-    json_.writer.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
+  JsonObject& text(std::string_view key, const std::string& value) {
+    begin(key);
+    if (std::any_of(value.begin(), value.end(), needsEscape)) {
+      rapidjson::StringBuffer escaped;
+      rapidjson::Writer<rapidjson::StringBuffer> writer(escaped);
+      writer.String(value.data(), static_cast<rapidjson::SizeType>(value.size()));
+      text_.append(escaped.GetString(), escaped.GetSize());
+    } else {
+      text_.append(1, '"').append(value).append(1, '"');
+    }
     return *this;
   }
-  std::string build() {
-    json_.writer.EndObject();
-    return {json_.text.GetString(), json_.text.GetSize()};
-  }
+  std::string build() { return std::move(text_.append(1, '}')); }
 
  private:
-  JsonBuffer& json_;
+  static constexpr std::size_t kUsualLength = 128;
+
+  static bool needsEscape(char character) {
+    return static_cast<unsigned char>(character) < ' ' || character == '"' || character == '\\';
+  }
+  void begin(std::string_view key) {
+    text_.append(text_.empty() ? "{\"" : ",\"").append(key).append("\":");
+  }
+
+  std::string text_;
 };
+
+}  // namespace
 
 VideoFrameStore::~VideoFrameStore() {
   const ScriptLock lock(mutex_);
@@ -96,7 +114,7 @@ void VideoFrameStore::storePicture(Slot& slot, const VideoFrame& frame, std::int
 void VideoFrameStore::notifySize(const std::string& userName, std::uint32_t streamType,
                                  const Slot& slot) {
   if (notifier_ == nullptr) return;
-  notifier_->onFrameSizeChanged(JsonObject(json_)
+  notifier_->onFrameSizeChanged(JsonObject()
                                     .text("uid", userName)
                                     .number("type", streamType)
                                     .number("width", slot.width)
@@ -207,7 +225,7 @@ VideoFrameStore::Fetch VideoFrameStore::get(const std::string& userName, std::in
 void VideoFrameStore::notifyOverflow(const std::string& userName, std::int32_t streamType,
                                      const Slot& slot, std::size_t currentSize) {
   if (notifier_ == nullptr) return;
-  notifier_->onBufferOverflow(JsonObject(json_)
+  notifier_->onBufferOverflow(JsonObject()
                                   .number("needSize", slot.size)
                                   .number("curSize", static_cast<std::int64_t>(currentSize))
                                   .number("width", slot.width)

@@ -17,9 +17,6 @@
 // references to script's buffers back and so needs a live script environment.
 #pragma once
 
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -114,13 +111,6 @@ class VideoFrameStore {
     std::size_t length = 0;
   };
 
-  // Where notifications are written; kept so that one costs no allocations but its text.
-  struct JsonBuffer {
-    rapidjson::StringBuffer text;
-    rapidjson::Writer<rapidjson::StringBuffer> writer{text};
-  };
-  class JsonObject;
-
   static std::string frameKey(const std::string& userName, std::int64_t streamType);
   static bool belongsTo(const std::string& key, const std::string& userName);
   static Memory currentMemory(const BoundBuffer& bound);
@@ -139,7 +129,6 @@ class VideoFrameStore {
   std::vector<std::string> announcedKeys_ KAVRIN_GUARDED_BY(mutex_);
   std::string exemptUser_ KAVRIN_GUARDED_BY(mutex_);
   std::unordered_map<std::string, BoundBuffer, TextHash> boundBuffers_ KAVRIN_GUARDED_BY(mutex_);
-  JsonBuffer json_ KAVRIN_GUARDED_BY(mutex_);
 };
 
 // A fetch as script sees it: {"ret": …, "width": …, "height": …}.

@@ -107,6 +107,21 @@ TEST_F(FrameStoreTest, TypesOfOneUserAreApart) {
   EXPECT_EQ(screen->bytes[0], 2);
 }
 
+TEST_F(FrameStoreTest, NamesAreTextsOfJsonWhateverTheyHold) {
+  const std::vector<std::pair<std::string, std::string>> names = {
+      {"", R"("")"},
+      {"\xE5\xBC\xA0 \x7F/", "\"\xE5\xBC\xA0 \x7F/\""},
+      {R"(a"b\c)", R"("a\"b\\c")"},
+      {"line\n\x01", R"("line\n\u0001")"},
+  };
+  for (const auto& [name, json] : names) {
+    store->announce(name, 0);
+    deliver(name, 0, 2, 2);
+    EXPECT_EQ(notes.take(),
+              Texts{R"(size {"uid":)" + json + R"(,"type":0,"width":2,"height":2,"needSize":6})"});
+  }
+}
+
 TEST_F(FrameStoreTest, UnsignedTypesDoNotMeetNegativeOnes) {
   store->setExemptUser("me");
   bind("me", -1, 24);
