@@ -19,6 +19,8 @@ extern "C" {
 
 int refuseCall() { return kGenericFailure; }
 
+int napi_add_env_cleanup_hook(void*, void (*)(void*), void*) { return kOk; }
+int napi_remove_env_cleanup_hook(void*, void (*)(void*), void*) { return kOk; }
 int napi_set_instance_data(void*, void*, void*, void*) { return kOk; }
 
 int napi_create_function(void*, const char*, std::size_t, void*, void*, void** result) {
