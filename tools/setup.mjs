@@ -16,7 +16,8 @@ const testPackages = [
 ];
 
 const windowsPackages = ['g++-mingw-w64-x86-64-posix'];
-const windowsTestPackages = ['wine64', 'wine', 'googletest', 'locales', 'xvfb'];
+// Wine loads libXinerama when it is there; without it there is one monitor only.
+const windowsTestPackages = ['wine64', 'wine', 'libxinerama1', 'googletest', 'locales', 'xvfb'];
 
 /** Runs a command in the repository, its output shown; ends the process when it fails. */
 export function run(command, args, options = {}) {
