@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <type_traits>
+#include <vector>
 
 #include "tests/unit/bridge/variant_makers.h"
 #include "tests/unit/fake_node_api/script_environment.h"
@@ -204,12 +206,18 @@ TEST(Variant, AMovedFromBufferHasNoBytes) {
 }
 
 TEST(Variant, AMovedNumberLosesNoneOfItsWords) {
-  Variant from(Kind::Int32);
-  from.uint64Value = 0x1122334455667788;
-  from.ulongValue = 99;
-  const Variant to(std::move(from));
-  EXPECT_EQ(to.uint64Value, 0x1122334455667788u);
-  EXPECT_EQ(to.ulongValue, 99u);
+  std::vector<Variant> values;
+  for (const Kind kind : {Kind::Int32, Kind::ULong, Kind::Double}) {
+    values.emplace_back(kind);
+    values.back().uint64Value = 0x1122334455667788;
+    values.back().ulongValue = 99;
+  }
+  const std::vector<Variant> moved(std::make_move_iterator(values.begin()),
+                                   std::make_move_iterator(values.end()));
+  for (const Variant& value : moved) {
+    EXPECT_EQ(value.uint64Value, 0x1122334455667788u);
+    EXPECT_EQ(value.ulongValue, 99u);
+  }
 }
 
 }  // namespace
