@@ -4,7 +4,8 @@
 // An ordinary mutex goes to whoever comes first when it is given back, and engine threads that come
 // again and again would keep a waiting script thread out for many of their turns.
 //
-// Threads: ScriptLock belongs to the script thread, EngineLock to any other; neither nests.
+// Threads: ScriptLock belongs to the script thread, EngineLock to any thread, the script thread
+// included when an engine answers it at once; neither nests.
 #pragma once
 
 #include "support/thread_annotations.h"
