@@ -16,11 +16,11 @@ const engineStart = 'ensureGstreamer() ../../gst.cpp:21 (libKavrinConferenceEngi
 const unloaded = '<null> <null>';
 
 const stack = (...frames) => frames.map((frame, i) => `    #${i} ${frame}\n`).join('');
-const report = (now, before) => '==================\n' +
+const report = (now, before, allocated = stack(ours)) => '==================\n' +
   'WARNING: ThreadSanitizer: data race (pid=1)\n' +
   `  Write of size 8 at 0x7b30 by thread T2:\n${now}\n` +
   `  Previous write of size 8 at 0x7b30 by main thread:\n${before}\n` +
-  `  Location is heap block of size 192 at 0x7b30 allocated by main thread:\n${stack(ours)}\n` +
+  `  Location is heap block of size 192 at 0x7b30 allocated by main thread:\n${allocated}\n` +
   `  Thread T2 (tid=2, running) created by main thread at:\n${stack(runtime, ours)}\n` +
   'SUMMARY: ThreadSanitizer: data race\n==================\n';
 
@@ -41,6 +41,15 @@ for (const [what, [accessed, count]] of Object.entries(cases)) {
     assert.equal(ourThreadReports(report(elsewhere, accessed)).length, count);
   });
 }
+
+test("Node's own memory was taken for ours when old calls of ours stood in the stack", () => {
+  const port = stack(runtime, 'node::worker::MessagePortData::Entangle() <null> (node+0xd08d9f)');
+  const destroyed = stack(runtime, 'uv_rwlock_destroy ../../thread.c:375 (node+0x18baee8)');
+  const stale = stack(runtime, 'uv_rwlock_wrunlock <null> (node+0x18bafc8)', ours, entry, node);
+  assert.equal(ourThreadReports(report(destroyed, stale, port)).length, 0);
+  assert.equal(ourThreadReports(report(destroyed, stale, stack(runtime, node, ours))).length, 1);
+  assert.equal(ourThreadReports(report(destroyed, stack(ours, entry, node), port)).length, 1);
+});
 
 test('a crash counts, several reports in one file are told apart', () => {
   const text = report(stack(ours), elsewhere) + report(elsewhere, elsewhere) +

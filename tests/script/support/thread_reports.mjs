@@ -20,13 +20,18 @@ const isOurCode = ({ module }) =>
   module === '' || /^(lib)?Kavrin\w+\.(node|so)|^scripted_control\./.test(module);
 const isNodeApi = ({ what, module }) => module.startsWith('node') && !what.startsWith('v8::');
 
+// Memory that nobody asked for on our behalf. The sanitizer remembers only so much of what a thread
+// did, and then shows calls of ours that had long returned below what Node did with its own memory.
+const isElsewhere = location => location !== undefined && !framesOf(location).some(isOurCode);
+
 // What Node does on behalf of our code is ours as well: we may have handed it something that is
 // gone. What the script machine's collector does meanwhile on several threads is not, nor what a
 // media library does.
-function isOurs(stack) {
+function isOurs(stack, location) {
   const frames = framesOf(stack);
   const doer = frames.find(frame => !isRuntime(frame));
-  return doer !== undefined && frames.some(isOurCode) && (isOurCode(doer) || isNodeApi(doer));
+  if (doer === undefined || !frames.some(isOurCode)) return false;
+  return isOurCode(doer) || (isNodeApi(doer) && !isElsewhere(location));
 }
 
 // The reports in a file of the sanitizer's in which our code takes part.
@@ -34,7 +39,9 @@ export function ourThreadReports(text) {
   return text.split(/^={18}$/m).filter(report => {
     if (/(ERROR|FATAL): ThreadSanitizer/.test(report)) return true;
     const [heading, ...rest] = report.trim().split('\n');
-    const stacks = rest.join('\n').split('\n\n').filter(stack => !isOrigin(stack));
-    return heading.startsWith('WARNING: ThreadSanitizer') && stacks.some(isOurs);
+    const stacks = rest.join('\n').split('\n\n');
+    const location = stacks.find(stack => /^ *Location is heap block/.test(stack));
+    return heading.startsWith('WARNING: ThreadSanitizer') &&
+      stacks.some(stack => !isOrigin(stack) && isOurs(stack, location));
   });
 }
