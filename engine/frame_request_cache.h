@@ -6,20 +6,29 @@
 
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "engine/parameters.h"
 #include "support/text_hash.h"
+#include "video/stream_name.h"
 
 namespace kavrin {
 
+struct FrameRequest {
+  StreamName stream;
+  bool force = false;
+};
+
 class FrameRequestCache {
  public:
-  // The parameters in `json`; throws as decodeJson() does. Valid until the next call.
-  const FrameParameters& decode(const std::string& json) {
+  // The request in `json`; throws as decodeJson() does. Valid until the next call.
+  const FrameRequest& decode(const std::string& json) {
     const auto known = requests_.find(json);
     if (known != requests_.end()) return known->second;
-    decoded_ = FrameParameters();
-    decodeJson(json, decoded_);
+    FrameParameters parameters;
+    decodeJson(json, parameters);
+    decoded_ = {StreamName(std::move(parameters.uid), parameters.videoSourceType),
+                parameters.forceGetFrame};
     // A script that sends huge texts, or never repeats one, must not fill the memory with them.
     if (json.size() > kLongestText) return decoded_;
     if (requests_.size() >= kCapacity) requests_.clear();
@@ -30,8 +39,8 @@ class FrameRequestCache {
   static constexpr std::size_t kCapacity = 256;
   static constexpr std::size_t kLongestText = 1024;  // bytes
 
-  std::unordered_map<std::string, FrameParameters, TextHash> requests_;
-  FrameParameters decoded_;
+  std::unordered_map<std::string, FrameRequest, TextHash> requests_;
+  FrameRequest decoded_;
 };
 
 }  // namespace kavrin

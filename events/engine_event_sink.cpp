@@ -29,7 +29,7 @@ constexpr std::int32_t kCameraStopped = 7;
 constexpr std::int32_t kScreenShareStopped = 8;
 constexpr std::int32_t kLoggedInElsewhere = 18;
 
-// Stream types of frame keys.
+// Stream types of a camera and of a screen share.
 constexpr std::int32_t kCameraMode = 0;
 constexpr std::int32_t kScreenShareMode = 2;
 

@@ -65,37 +65,32 @@ class JsonObject {
 
 VideoFrameStore::~VideoFrameStore() {
   const ScriptLock lock(mutex_);
-  for (const auto& [key, bound] : boundBuffers_) release(bound);
+  for (const auto& [name, stream] : streams_) {
+    if (stream.bound) release(*stream.bound);
+  }
 }
 
-std::string VideoFrameStore::frameKey(const std::string& userName, std::int64_t streamType) {
-  constexpr std::int64_t kSmallCameraStream = 1;
-  const std::int64_t keyType = streamType == kSmallCameraStream ? 0 : streamType;
-  return userName + "_" + std::to_string(keyType);
+// The stream that a picture belongs to; null when the picture is not wanted.
+VideoFrameStore::Stream* VideoFrameStore::accepting(const StreamName& name) {
+  if (name.userName() == exemptUser_) return &streams_[name];
+  const auto found = streams_.find(name);
+  return found != streams_.end() && found->second.announced ? &found->second : nullptr;
 }
 
-bool VideoFrameStore::belongsTo(const std::string& key, const std::string& userName) {
-  // The type has no "_", so the last one ends the name, whatever the name holds.
-  return key.rfind('_') == userName.size() && key.compare(0, userName.size(), userName) == 0;
-}
-
-bool VideoFrameStore::accepts(const std::string& userName, const std::string& key) const {
-  if (userName == exemptUser_) return true;
-  return std::find(announcedKeys_.begin(), announcedKeys_.end(), key) != announcedKeys_.end();
-}
-
-void VideoFrameStore::deliver(const std::string& userName, std::uint32_t streamType,
+void VideoFrameStore::deliver(std::string userName, std::uint32_t streamType,
                               const VideoFrame& frame) {
   const auto size = pictureSize(frame);
   if (frame.data == nullptr || !size) return;
-  const std::string key = frameKey(userName, streamType);
+  const StreamName name(std::move(userName), streamType);
   const EngineLock lock(mutex_);
-  if (!accepts(userName, key)) return;
-  Slot& slot = slots_[key];
+  Stream* const stream = accepting(name);
+  if (stream == nullptr) return;
+  if (!stream->slot) stream->slot.emplace();
+  Slot& slot = *stream->slot;
   const bool sizeChanged =
       slot.data == nullptr || slot.width != frame.width || slot.height != frame.height;
   storePicture(slot, frame, *size);
-  if (sizeChanged) notifySize(userName, streamType, slot);
+  if (sizeChanged) notifySize(name, slot);
 }
 
 void VideoFrameStore::storePicture(Slot& slot, const VideoFrame& frame, std::int32_t size) {
@@ -111,12 +106,11 @@ void VideoFrameStore::storePicture(Slot& slot, const VideoFrame& frame, std::int
   slot.fresh = true;
 }
 
-void VideoFrameStore::notifySize(const std::string& userName, std::uint32_t streamType,
-                                 const Slot& slot) {
+void VideoFrameStore::notifySize(const StreamName& name, const Slot& slot) {
   if (notifier_ == nullptr) return;
   notifier_->onFrameSizeChanged(JsonObject()
-                                    .text("uid", userName)
-                                    .number("type", streamType)
+                                    .text("uid", name.userName())
+                                    .number("type", name.type())
                                     .number("width", slot.width)
                                     .number("height", slot.height)
                                     .number("needSize", slot.size)
@@ -124,23 +118,24 @@ void VideoFrameStore::notifySize(const std::string& userName, std::uint32_t stre
 }
 
 void VideoFrameStore::announce(const std::string& userName, std::int32_t mode) {
-  std::string key = frameKey(userName, mode);
   const EngineLock lock(mutex_);
-  const auto end = announcedKeys_.end();
-  if (std::find(announcedKeys_.begin(), end, key) == end) announcedKeys_.push_back(std::move(key));
+  streams_[StreamName(userName, mode)].announced = true;
 }
 
 void VideoFrameStore::withdraw(const std::string& userName, std::int32_t mode) {
-  const std::string key = frameKey(userName, mode);
   const EngineLock lock(mutex_);
-  std::erase(announcedKeys_, key);
-  slots_.erase(key);
+  const auto found = streams_.find(StreamName(userName, mode));
+  if (found == streams_.end()) return;
+  found->second.end();
+  if (found->second.isUnused()) streams_.erase(found);
 }
 
 void VideoFrameStore::removeMember(const std::string& userName) {
   const EngineLock lock(mutex_);
-  std::erase_if(announcedKeys_, [&](const std::string& key) { return belongsTo(key, userName); });
-  std::erase_if(slots_, [&](const auto& entry) { return belongsTo(entry.first, userName); });
+  for (auto& [name, stream] : streams_) {
+    if (name.userName() == userName) stream.end();
+  }
+  std::erase_if(streams_, [](const auto& entry) { return entry.second.isUnused(); });
 }
 
 void VideoFrameStore::setExemptUser(const std::string& userName) {
@@ -167,21 +162,20 @@ bool VideoFrameStore::bind(napi_env env, napi_value buffer, const std::string& u
     return false;
   }
   const ScriptLock lock(mutex_);
-  const auto [place, inserted] = boundBuffers_.try_emplace(frameKey(userName, streamType), bound);
-  if (!inserted) {
-    release(place->second);
-    place->second = bound;
-  }
+  Stream& stream = streams_[StreamName(userName, streamType)];
+  if (stream.bound) release(*stream.bound);
+  stream.bound = bound;
   return true;
 }
 
 void VideoFrameStore::unbind(napi_env /*env*/, const std::string& userName,
                              std::int32_t streamType) {
   const ScriptLock lock(mutex_);
-  const auto found = boundBuffers_.find(frameKey(userName, streamType));
-  if (found == boundBuffers_.end()) return;
-  release(found->second);
-  boundBuffers_.erase(found);
+  const auto found = streams_.find(StreamName(userName, streamType));
+  if (found == streams_.end() || !found->second.bound) return;
+  release(*found->second.bound);
+  found->second.bound.reset();
+  if (found->second.isUnused()) streams_.erase(found);
 }
 
 // Script may have detached or resized the memory since it was bound, so it is asked for anew. A
@@ -200,20 +194,17 @@ VideoFrameStore::Memory VideoFrameStore::currentMemory(const BoundBuffer& bound)
   return memory;
 }
 
-VideoFrameStore::Fetch VideoFrameStore::get(const std::string& userName, std::int32_t streamType,
-                                            bool force) {
-  const std::string key = frameKey(userName, streamType);
+VideoFrameStore::Fetch VideoFrameStore::get(const StreamName& name, bool force) {
   const ScriptLock lock(mutex_);
-  const auto bound = boundBuffers_.find(key);
-  if (bound == boundBuffers_.end()) return {kNotBound};
-  const auto found = slots_.find(key);
-  if (found == slots_.end()) return {kNoPicture};
-  Slot& slot = found->second;
+  const auto found = streams_.find(name);
+  if (found == streams_.end() || !found->second.bound) return {kNotBound};
+  if (!found->second.slot) return {kNoPicture};
+  Slot& slot = *found->second.slot;
   if (!slot.fresh && !force) return {kNothingNew};
-  const Memory memory = currentMemory(bound->second);
+  const Memory memory = currentMemory(*found->second.bound);
   const auto size = static_cast<std::size_t>(slot.size);
   if (size > memory.length) {
-    notifyOverflow(userName, streamType, slot, memory.length);
+    notifyOverflow(name, slot, memory.length);
     return {kBufferTooSmall, slot.width, slot.height};
   }
   if (memory.data == nullptr || slot.data == nullptr) return {kNoData};
@@ -222,16 +213,16 @@ VideoFrameStore::Fetch VideoFrameStore::get(const std::string& userName, std::in
   return {kCopied, slot.width, slot.height};
 }
 
-void VideoFrameStore::notifyOverflow(const std::string& userName, std::int32_t streamType,
-                                     const Slot& slot, std::size_t currentSize) {
+void VideoFrameStore::notifyOverflow(const StreamName& name, const Slot& slot,
+                                     std::size_t currentSize) {
   if (notifier_ == nullptr) return;
   notifier_->onBufferOverflow(JsonObject()
                                   .number("needSize", slot.size)
                                   .number("curSize", static_cast<std::int64_t>(currentSize))
                                   .number("width", slot.width)
                                   .number("height", slot.height)
-                                  .text("uid", userName)
-                                  .number("type", streamType)
+                                  .text("uid", name.userName())
+                                  .number("type", name.type())
                                   .build());
 }
 

@@ -4,9 +4,8 @@
 // script fetches the newest one into the bound buffer. A picture is I420, planes Y, U, V one after
 // the other without padding, width * height * 3 / 2 bytes.
 //
-// Streams are named by a frame key: the user name, "_" and the decimal stream type. Types 0 and 1,
-// the two sizes of a camera, share the key of type 0. Pictures are accepted for announced keys and
-// for the exempt user, who is the local one.
+// Pictures are accepted for streams that were announced and for all streams of the exempt user, who
+// is the local one.
 //
 // Threads: deliver(), announce(), withdraw(), removeMember() and setExemptUser() may be called from
 // any engine thread; bind(), unbind(), get() and destruction belong to the script thread. `mutex_`
@@ -19,15 +18,15 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
-#include <vector>
 
 #include "bridge/node_api.h"
 #include "engine/engine_interface.h"
 #include "support/script_first_mutex.h"
-#include "support/text_hash.h"
 #include "support/thread_annotations.h"
+#include "video/stream_name.h"
 
 namespace kavrin {
 
@@ -50,8 +49,8 @@ class VideoFrameStore {
   enum Result : std::int32_t {
     kCopied = 0,      // a picture was copied into the bound buffer
     kNothingNew = 1,  // the newest picture was copied before
-    kNotBound = -1,   // no buffer is bound for the key
-    kNoPicture = -2,  // no picture was received for the key
+    kNotBound = -1,   // no buffer is bound to the stream
+    kNoPicture = -2,  // no picture of the stream was received
     kBufferTooSmall = -3,
     kNoData = -4,  // the bound buffer (detached, say) or the picture has no memory
   };
@@ -71,13 +70,13 @@ class VideoFrameStore {
 
   // Keeps a copy of the picture as the newest of its stream; drops it when the stream was not
   // announced, or when the frame has no data or no representable size.
-  void deliver(const std::string& userName, std::uint32_t streamType, const VideoFrame& frame);
+  void deliver(std::string userName, std::uint32_t streamType, const VideoFrame& frame);
 
-  // A stream starts: its key may deliver from now on. Mode 0 is the camera, 2 the screen share.
+  // A stream starts and may deliver from now on. Mode 0 is the camera, 2 the screen share.
   void announce(const std::string& userName, std::int32_t mode);
-  // A stream ends: its key is withdrawn and its picture dropped.
+  // A stream ends: it is not accepted any more and its picture is dropped.
   void withdraw(const std::string& userName, std::int32_t mode);
-  // A member leaves: all keys of that member are withdrawn and their pictures dropped.
+  // A member leaves: the same for all streams of that member.
   void removeMember(const std::string& userName);
   // The user whose pictures need no announcement.
   void setExemptUser(const std::string& userName);
@@ -88,7 +87,7 @@ class VideoFrameStore {
   void unbind(napi_env env, const std::string& userName, std::int32_t streamType);
 
   // Copies the newest picture into the bound buffer; with `force` also one that was copied before.
-  Fetch get(const std::string& userName, std::int32_t streamType, bool force);
+  Fetch get(const StreamName& name, bool force);
 
  private:
   struct Slot {
@@ -106,29 +105,36 @@ class VideoFrameStore {
     std::size_t length = 0;  // bytes when it was bound
   };
 
+  // What is known of a stream; one of the three at least.
+  struct Stream {
+    bool announced = false;
+    std::optional<Slot> slot;
+    std::optional<BoundBuffer> bound;
+    bool isUnused() const { return !announced && !slot && !bound; }
+    void end() {
+      announced = false;
+      slot.reset();
+    }
+  };
+
   struct Memory {
     unsigned char* data = nullptr;
     std::size_t length = 0;
   };
 
-  static std::string frameKey(const std::string& userName, std::int64_t streamType);
-  static bool belongsTo(const std::string& key, const std::string& userName);
   static Memory currentMemory(const BoundBuffer& bound);
   static void release(const BoundBuffer& bound);
+  static void storePicture(Slot& slot, const VideoFrame& frame, std::int32_t size);
 
-  bool accepts(const std::string& userName, const std::string& key) const KAVRIN_REQUIRES(mutex_);
-  void storePicture(Slot& slot, const VideoFrame& frame, std::int32_t size) KAVRIN_REQUIRES(mutex_);
-  void notifySize(const std::string& userName, std::uint32_t streamType, const Slot& slot)
+  Stream* accepting(const StreamName& name) KAVRIN_REQUIRES(mutex_);
+  void notifySize(const StreamName& name, const Slot& slot) KAVRIN_REQUIRES(mutex_);
+  void notifyOverflow(const StreamName& name, const Slot& slot, std::size_t currentSize)
       KAVRIN_REQUIRES(mutex_);
-  void notifyOverflow(const std::string& userName, std::int32_t streamType, const Slot& slot,
-                      std::size_t currentSize) KAVRIN_REQUIRES(mutex_);
 
   FrameNotifier* const notifier_;
   ScriptFirstMutex mutex_{"frame store"};
-  std::unordered_map<std::string, Slot, TextHash> slots_ KAVRIN_GUARDED_BY(mutex_);
-  std::vector<std::string> announcedKeys_ KAVRIN_GUARDED_BY(mutex_);
+  std::unordered_map<StreamName, Stream, StreamName::Hash> streams_ KAVRIN_GUARDED_BY(mutex_);
   std::string exemptUser_ KAVRIN_GUARDED_BY(mutex_);
-  std::unordered_map<std::string, BoundBuffer, TextHash> boundBuffers_ KAVRIN_GUARDED_BY(mutex_);
 };
 
 // A fetch as script sees it: {"ret": …, "width": …, "height": …}.

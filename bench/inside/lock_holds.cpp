@@ -71,7 +71,7 @@ void useFromScript(Facade& facade, int streams, const std::atomic<int>& left) {
                                  env.object()};
   for (int i = 0; left > 0; ++i) {
     const std::string user = "user" + std::to_string(i % streams);
-    facade->frameStore().get(user, 0, false);
+    facade->frameStore().get({user, 0}, false);
     if (i % 8 == 0) facade->takePendingEvents();
     if (i % 64 == 0) facade->emitter().on(&env, 3, listener);
     if (i % 64 == 32) facade->emitter().off(&env, 1, listener);

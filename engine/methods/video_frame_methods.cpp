@@ -39,9 +39,8 @@ Variant unbindingVideoFrame(Facade& facade, napi_env env, const std::string& jso
 Variant getVideoFrame(Facade& facade, napi_env, const std::string& json) {
   if (json.empty()) return Variant::int32(kCallFailed);
   return guarded(facade, kTag<"GetVideoFrame">.text, [&] {
-    const FrameParameters& parameters = facade.state.frameRequests.decode(json);
-    return Variant(fetchText(facade.frameStore().get(parameters.uid, parameters.videoSourceType,
-                                                     parameters.forceGetFrame)));
+    const FrameRequest& request = facade.state.frameRequests.decode(json);
+    return Variant(fetchText(facade.frameStore().get(request.stream, request.force)));
   });
 }
 

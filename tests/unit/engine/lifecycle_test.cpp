@@ -158,7 +158,7 @@ TEST_F(LifecycleTest, TheAnswerMakesTheUserExemptForPictures) {
   facade->frameStore().bind(&env, buffer, "me", 0);
   const unsigned char picture[6] = {1, 2, 3, 4, 5, 6};
   facade->frameStore().deliver("me", 0, {2, 2, 0, picture});
-  EXPECT_EQ(facade->frameStore().get("me", 0, false).ret, VideoFrameStore::kCopied);
+  EXPECT_EQ(facade->frameStore().get({"me", 0}, false).ret, VideoFrameStore::kCopied);
 }
 
 TEST_F(LifecycleTest, UnInitEndsTheEngineAndItsCallbacks) {

@@ -233,7 +233,7 @@ class SinkFramesTest : public SinkTest {
   // Whether pictures of the stream arrive.
   bool arrives(int type) {
     deliver("ann", static_cast<std::uint32_t>(type));
-    return facade->frameStore().get("ann", type, true).ret == VideoFrameStore::kCopied;
+    return facade->frameStore().get({"ann", type}, true).ret == VideoFrameStore::kCopied;
   }
   void state(std::int32_t userState) { sink.OnRoomMemberStateChange(room, "ann", userState); }
 };
@@ -277,7 +277,7 @@ TEST_F(SinkFramesTest, APictureIsNeitherLoggedNorQueued) {
 TEST_F(SinkFramesTest, TheFramesOwnTypeCounts) {
   state(4);
   deliver("ann", 1);  // the small camera stream goes under the camera's key
-  EXPECT_EQ(facade->frameStore().get("ann", 0, false).ret, VideoFrameStore::kCopied);
+  EXPECT_EQ(facade->frameStore().get({"ann", 0}, false).ret, VideoFrameStore::kCopied);
 }
 
 // --- Threads

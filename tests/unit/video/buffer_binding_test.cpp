@@ -145,10 +145,10 @@ TEST_F(FrameStoreTest, PicturesOfManyThreadsArriveWhole) {
   for (int i = 0; copied < 300 && std::chrono::steady_clock::now() < deadline; ++i) {
     napi_value buffer = i % 50 == 0 ? bind("ann", 0, kSide * kSide * 3 / 2) : nullptr;
     if (buffer == nullptr) {
-      copied += store->get("ann", 0, false).ret == Store::kCopied ? 1 : 0;
+      copied += store->get({"ann", 0}, false).ret == Store::kCopied ? 1 : 0;
       continue;
     }
-    if (store->get("ann", 0, true).ret != Store::kCopied) continue;
+    if (store->get({"ann", 0}, true).ret != Store::kCopied) continue;
     ++copied;
     EXPECT_EQ(buffer->bytes, Bytes(buffer->bytes.size(), buffer->bytes[0]));  // of one thread
     if (i % 100 == 0) store->unbind(&env, "ann", 0);

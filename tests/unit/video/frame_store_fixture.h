@@ -61,7 +61,7 @@ class FrameStoreTest : public ::testing::Test {
     return buffer;
   }
   std::string get(const std::string& user, int type, bool force = false) {
-    return fetchText(store->get(user, type, force));
+    return fetchText(store->get(StreamName(user, type), force));
   }
 
   RecordedNotes notes;

@@ -64,7 +64,7 @@ TEST_F(FrameStoreTest, AStoreWithoutANotifierStaysSilent) {
   silent.announce("ann", 0);
   silent.deliver("ann", 0, {2, 2, 0, bytes.data()});
   EXPECT_TRUE(silent.bind(&env, env.buffer({1}), "ann", 0));
-  EXPECT_EQ(silent.get("ann", 0, false).ret, Store::kBufferTooSmall);
+  EXPECT_EQ(silent.get({"ann", 0}, false).ret, Store::kBufferTooSmall);
 }
 
 TEST_F(FrameStoreTest, ALargerBufferKeepsItsTail) {
@@ -196,14 +196,14 @@ TEST_F(FrameStoreTest, AMemberThatLeavesTakesOnlyItsOwnStreams) {
   for (const char* user : users) {
     for (const int mode : {0, 2}) {
       const int expected = std::string(user) == "a" ? Store::kNoPicture : Store::kCopied;
-      EXPECT_EQ(store->get(user, mode, false).ret, expected) << user << " " << mode;
+      EXPECT_EQ(store->get({user, mode}, false).ret, expected) << user << " " << mode;
     }
   }
   store->removeMember("a_0");
-  EXPECT_EQ(store->get("a_0", 0, true).ret, Store::kNoPicture);
-  EXPECT_EQ(store->get("a_", 0, true).ret, Store::kCopied);
+  EXPECT_EQ(store->get({"a_0", 0}, true).ret, Store::kNoPicture);
+  EXPECT_EQ(store->get({"a_", 0}, true).ret, Store::kCopied);
   deliver("a", 0, 4, 4);
-  EXPECT_EQ(store->get("a", 0, true).ret, Store::kNoPicture);
+  EXPECT_EQ(store->get({"a", 0}, true).ret, Store::kNoPicture);
 }
 
 // --- Sizes
