@@ -90,8 +90,10 @@ napi_value loadNodeEvents(napi_env env, napi_callback_info info) {
   if (facade == nullptr) return nullptr;
   EventListBuilder builder(env, facade->log());
   if (!builder.begin()) return nullptr;
-  for (const auto& event : facade->takePendingEvents()) {
+  auto events = facade->takePendingEvents();
+  for (auto& event : events) {
     if (!builder.append(*event)) return nullptr;
+    event.reset();  // while its memory is warm
   }
   return builder.list();
 }
