@@ -10,6 +10,7 @@
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace kavrin {
 namespace {
@@ -66,7 +67,7 @@ class JsonObject {
 VideoFrameStore::~VideoFrameStore() {
   const ScriptLock lock(mutex_);
   for (const auto& [name, stream] : streams_) {
-    if (stream.bound) release(*stream.bound);
+    if (stream.isBound()) release(stream.bound);
   }
 }
 
@@ -82,28 +83,40 @@ void VideoFrameStore::deliver(std::string userName, std::uint32_t streamType,
   const auto size = pictureSize(frame);
   if (frame.data == nullptr || !size) return;
   const StreamName name(std::move(userName), streamType);
-  const EngineLock lock(mutex_);
-  Stream* const stream = accepting(name);
-  if (stream == nullptr) return;
-  if (!stream->slot) stream->slot.emplace();
-  Slot& slot = *stream->slot;
-  const bool sizeChanged =
-      slot.data == nullptr || slot.width != frame.width || slot.height != frame.height;
-  storePicture(slot, frame, *size);
-  if (sizeChanged) notifySize(name, slot);
+  Block block;
+  if (store(name, frame, *size, block)) return;
+  // Memory that is touched for the first time takes several copies' time, so the picture is copied
+  // into it before the mutex is taken. The old block comes back and is freed without it, too.
+  const auto bytes = static_cast<std::size_t>(*size);
+  block = std::make_unique_for_overwrite<unsigned char[]>(bytes);
+  std::memcpy(block.get(), frame.data, bytes);
+  store(name, frame, *size, block);
 }
 
-void VideoFrameStore::storePicture(Slot& slot, const VideoFrame& frame, std::int32_t size) {
-  const auto bytes = static_cast<std::size_t>(size);
-  if (slot.data == nullptr || size > slot.capacity) {
-    slot.data = std::make_unique_for_overwrite<unsigned char[]>(bytes);
+// `block`, if there is one, holds the picture; it is exchanged for the slot's when that is too
+// small. False when one is needed and there is none.
+bool VideoFrameStore::store(const StreamName& name, const VideoFrame& frame, std::int32_t size,
+                            Block& block) {
+  const EngineLock lock(mutex_);
+  Stream* const stream = accepting(name);
+  if (stream == nullptr) return true;
+  Slot& slot = stream->slot;
+  const bool hasRoom = stream->hasPicture() && size <= slot.capacity;
+  if (!hasRoom && block == nullptr) return false;
+  const bool sizeChanged =
+      !stream->hasPicture() || slot.width != frame.width || slot.height != frame.height;
+  if (hasRoom) {
+    std::memcpy(slot.data.get(), frame.data, static_cast<std::size_t>(size));
+  } else {
+    slot.data.swap(block);
     slot.capacity = size;
   }
   slot.width = frame.width;
   slot.height = frame.height;
   slot.size = size;
-  std::memcpy(slot.data.get(), frame.data, bytes);
   slot.fresh = true;
+  if (sizeChanged) notifySize(name, slot);
+  return true;
 }
 
 void VideoFrameStore::notifySize(const StreamName& name, const Slot& slot) {
@@ -123,17 +136,19 @@ void VideoFrameStore::announce(const std::string& userName, std::int32_t mode) {
 }
 
 void VideoFrameStore::withdraw(const std::string& userName, std::int32_t mode) {
+  Block ended;  // freed without the mutex
   const EngineLock lock(mutex_);
   const auto found = streams_.find(StreamName(userName, mode));
   if (found == streams_.end()) return;
-  found->second.end();
+  ended = found->second.end();
   if (found->second.isUnused()) streams_.erase(found);
 }
 
 void VideoFrameStore::removeMember(const std::string& userName) {
+  std::vector<Block> ended;  // freed without the mutex
   const EngineLock lock(mutex_);
   for (auto& [name, stream] : streams_) {
-    if (name.userName() == userName) stream.end();
+    if (name.userName() == userName) ended.push_back(stream.end());
   }
   std::erase_if(streams_, [](const auto& entry) { return entry.second.isUnused(); });
 }
@@ -163,7 +178,7 @@ bool VideoFrameStore::bind(napi_env env, napi_value buffer, const std::string& u
   }
   const ScriptLock lock(mutex_);
   Stream& stream = streams_[StreamName(userName, streamType)];
-  if (stream.bound) release(*stream.bound);
+  if (stream.isBound()) release(stream.bound);
   stream.bound = bound;
   return true;
 }
@@ -172,9 +187,9 @@ void VideoFrameStore::unbind(napi_env /*env*/, const std::string& userName,
                              std::int32_t streamType) {
   const ScriptLock lock(mutex_);
   const auto found = streams_.find(StreamName(userName, streamType));
-  if (found == streams_.end() || !found->second.bound) return;
-  release(*found->second.bound);
-  found->second.bound.reset();
+  if (found == streams_.end() || !found->second.isBound()) return;
+  release(found->second.bound);
+  found->second.bound = BoundBuffer();
   if (found->second.isUnused()) streams_.erase(found);
 }
 
@@ -197,17 +212,17 @@ VideoFrameStore::Memory VideoFrameStore::currentMemory(const BoundBuffer& bound)
 VideoFrameStore::Fetch VideoFrameStore::get(const StreamName& name, bool force) {
   const ScriptLock lock(mutex_);
   const auto found = streams_.find(name);
-  if (found == streams_.end() || !found->second.bound) return {kNotBound};
-  if (!found->second.slot) return {kNoPicture};
-  Slot& slot = *found->second.slot;
+  if (found == streams_.end() || !found->second.isBound()) return {kNotBound};
+  if (!found->second.hasPicture()) return {kNoPicture};
+  Slot& slot = found->second.slot;
   if (!slot.fresh && !force) return {kNothingNew};
-  const Memory memory = currentMemory(*found->second.bound);
+  const Memory memory = currentMemory(found->second.bound);
   const auto size = static_cast<std::size_t>(slot.size);
   if (size > memory.length) {
     notifyOverflow(name, slot, memory.length);
     return {kBufferTooSmall, slot.width, slot.height};
   }
-  if (memory.data == nullptr || slot.data == nullptr) return {kNoData};
+  if (memory.data == nullptr) return {kNoData};
   std::memcpy(memory.data, slot.data.get(), size);
   slot.fresh = false;
   return {kCopied, slot.width, slot.height};

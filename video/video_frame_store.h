@@ -11,16 +11,17 @@
 // any engine thread; bind(), unbind(), get() and destruction belong to the script thread. `mutex_`
 // guards everything and is held for one picture's copy at most, which is also the longest that the
 // script thread waits, for it comes before all engine threads but the one that holds the mutex.
-// Under it the notifier is called, which must not call back into the store.
+// Memory for a larger picture is got, filled and freed without it. Under it the notifier is called,
+// which must not call back into the store.
 // Shutdown: the engine is stopped first, so that no more pictures arrive; the destructor gives the
 // references to script's buffers back and so needs a live script environment.
 #pragma once
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "bridge/node_api.h"
 #include "engine/engine_interface.h"
@@ -52,7 +53,7 @@ class VideoFrameStore {
     kNotBound = -1,   // no buffer is bound to the stream
     kNoPicture = -2,  // no picture of the stream was received
     kBufferTooSmall = -3,
-    kNoData = -4,  // the bound buffer (detached, say) or the picture has no memory
+    kNoData = -4,  // the bound buffer has no memory; it was detached, say
   };
 
   // Outcome of a fetch; width and height (pixels) are set for kCopied and kBufferTooSmall.
@@ -90,30 +91,35 @@ class VideoFrameStore {
   Fetch get(const StreamName& name, bool force);
 
  private:
+  using Block = std::unique_ptr<unsigned char[]>;
+
   struct Slot {
     bool fresh = true;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
-    std::unique_ptr<unsigned char[]> data;
+    Block data;                 // null when there is no picture
     std::int32_t size = 0;      // bytes of the current picture
     std::int32_t capacity = 0;  // bytes of the block; grows, never shrinks
   };
 
   struct BoundBuffer {
     napi_env env = nullptr;
-    napi_ref reference = nullptr;
-    std::size_t length = 0;  // bytes when it was bound
+    napi_ref reference = nullptr;  // null when no buffer is bound
+    std::size_t length = 0;        // bytes when it was bound
   };
 
   // What is known of a stream; one of the three at least.
   struct Stream {
     bool announced = false;
-    std::optional<Slot> slot;
-    std::optional<BoundBuffer> bound;
-    bool isUnused() const { return !announced && !slot && !bound; }
-    void end() {
+    Slot slot;
+    BoundBuffer bound;
+    bool hasPicture() const { return slot.data != nullptr; }
+    bool isBound() const { return bound.reference != nullptr; }
+    bool isUnused() const { return !announced && !hasPicture() && !isBound(); }
+    // Leaves the binding; returns the picture's memory.
+    Block end() {
       announced = false;
-      slot.reset();
+      return std::exchange(slot, Slot()).data;
     }
   };
 
@@ -124,9 +130,9 @@ class VideoFrameStore {
 
   static Memory currentMemory(const BoundBuffer& bound);
   static void release(const BoundBuffer& bound);
-  static void storePicture(Slot& slot, const VideoFrame& frame, std::int32_t size);
-
   Stream* accepting(const StreamName& name) KAVRIN_REQUIRES(mutex_);
+  bool store(const StreamName& name, const VideoFrame& frame, std::int32_t size, Block& block)
+      KAVRIN_EXCLUDES(mutex_);
   void notifySize(const StreamName& name, const Slot& slot) KAVRIN_REQUIRES(mutex_);
   void notifyOverflow(const StreamName& name, const Slot& slot, std::size_t currentSize)
       KAVRIN_REQUIRES(mutex_);

@@ -39,7 +39,7 @@ struct Holds {
 
 // One record per name, for all mutexes of that name; null for a mutex that has none.
 inline Holds* holdsOf(const char* name) {
-  static Holds all[] = {{"frame store"}, {"event queue"}, {"callback registry"}};
+  static Holds all[] = {{"frame store"}, {"event queue"}, {"callback registry"}, {"copies"}};
   for (Holds& holds : all) {
     if (std::strcmp(holds.name, name) == 0) return &holds;
   }
