@@ -107,7 +107,7 @@ async function postRow(inFlight) {
   let listener = null;
   module.on(handle, 'onFrameSizeChanged', () => listener(), {});
   rows.push(await compareAsync({
-    name: `post to callback, ${inFlight} in flight`, limit: 1.2,
+    name: `post to callback, ${inFlight} in flight`, limit: 1.2, rounds: 99,
     ours: () => timed((done) => { listener = done; addon.fireSizeChanges(inFlight); }),
     floor: () => timed((done) => addon.floorPosts(inFlight, done)),
   }));
