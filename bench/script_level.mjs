@@ -128,7 +128,7 @@ pollRow(100, 99);
 pollRow(1000, 49);
 pollRow(10_000);
 pollRow(100_000);
-pollRow(1_000_000, 5);
+pollRow(1_000_000, 11);
 await postRow(1000);
 addon.openFloorLog(path.join(scratch, 'floor.log'));
 initialise(scratch);
