@@ -29,6 +29,8 @@ const cases = {
   'a race of the script thread with Node below it': [stack(ours, entry, node), 1],
   'a copy by our code': [stack(runtime, ours, entry, node), 1],
   'what Node does with something that we should not have used': [stack(runtime, nodeLock, ours), 1],
+  'a program of unit tests': [stack(runtime, 'main queue_test.cpp:3 (events_test+0x893)'), 1],
+  'the engine in its tests': [stack('Home::join() <null> (conference_units+0x8)'), 1],
   'code that has been unloaded': [stack(runtime, unloaded), 1],
   'what Node does alone': [stack(runtime, nodeLock), 0],
   'the collector at work inside a call of ours': [stack(runtime, collector, entry, node), 0],

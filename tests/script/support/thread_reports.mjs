@@ -17,7 +17,8 @@ const framesOf = stack => [...stack.matchAll(/^ +#\d+ (.*?)(?: \(([^()\s]+)\+0x\
 const isRuntime = ({ module }) => /^(lib(tsan|stdc\+\+|c|m|gcc_s)\.so|ld-linux)/.test(module);
 // A frame without a module may be code of ours that has been unloaded by the time of the report.
 const isOurCode = ({ module }) =>
-  module === '' || /^(lib)?Kavrin\w+\.(node|so)|^scripted_control\./.test(module);
+  module === '' || /^(lib)?Kavrin\w+\.(node|so)|^scripted_control\./.test(module) ||
+  /^(\w+_test|conference_\w+)$/.test(module);  // programs
 const isNodeApi = ({ what, module }) => module.startsWith('node') && !what.startsWith('v8::');
 
 // Memory that nobody asked for on our behalf. The sanitizer remembers only so much of what a thread
