@@ -24,7 +24,11 @@ class EngineSession {
       // The engine is given back all the same; there is nobody left to tell.
     }
     calls_->close();
-    KavrinConferenceEngine::DestroyConfEngine(&engine_);
+    try {
+      KavrinConferenceEngine::DestroyConfEngine(&engine_);
+    } catch (...) {
+      // What is left of the engine is its library's.
+    }
   }
   EngineSession(const EngineSession&) = delete;
   EngineSession& operator=(const EngineSession&) = delete;

@@ -14,6 +14,11 @@ struct EventEmitter::DeliveryGate {
 };
 
 struct EventEmitter::ListenerRecord {
+  ListenerRecord() = default;
+  ~ListenerRecord() { release(*this); }  // of one that could not be kept; others are released
+  ListenerRecord(const ListenerRecord&) = delete;
+  ListenerRecord& operator=(const ListenerRecord&) = delete;
+
   napi_threadsafe_function tsfn = nullptr;
   napi_env env = nullptr;
   napi_ref contextRef = nullptr;  // empty for completions; script thread only
@@ -147,7 +152,11 @@ void EventEmitter::callJs(napi_env env, napi_value jsCallback, void* /*context*/
   if (message == nullptr || env == nullptr) return;
   const ListenerRecord& record = *message->record;
   if (record.gate->logSink == nullptr || record.dropped) return;
-  Delivery(env, jsCallback, *message).run();
+  try {
+    Delivery(env, jsCallback, *message).run();
+  } catch (...) {
+    // Too little memory to say so; Node would not survive the exception.
+  }
 }
 
 bool EventEmitter::createFunction(napi_env env, napi_value callback, const std::string& name,
@@ -163,9 +172,7 @@ bool EventEmitter::createFunction(napi_env env, napi_value callback, const std::
                                       &record.tsfn) != napi_ok) {
     return false;
   }
-  if (environmentHook_.rearm()) return true;
-  release(record);  // nobody else knows it yet
-  return false;
+  return environmentHook_.rearm();
 }
 
 void EventEmitter::release(ListenerRecord& record) {
@@ -209,22 +216,27 @@ napi_value EventEmitter::on(napi_env env, std::size_t argc, const napi_value* ar
     napi_throw_error(env, nullptr, "Failed to create reference");
     return nullptr;
   }
-  if (!createFunction(env, argv[1], name, *record)) {
-    napi_delete_reference(env, record->contextRef);
-    return throwLogged(env, "Failed to create threadsafe function");
+  try {
+    if (createFunction(env, argv[1], name, *record)) {
+      store(name, record);
+      return nullptr;
+    }
+  } catch (...) {
+    dropListener(*record);
+    throw;
   }
-  store(name, std::move(record));
-  return nullptr;
+  dropListener(*record);
+  return throwLogged(env, "Failed to create threadsafe function");
 }
 
-void EventEmitter::store(const std::string& name, RecordPtr record) {
+void EventEmitter::store(const std::string& name, const RecordPtr& record) {
   MutexLock lock(mutex_);
   RecordPtr& place = listeners_[name];
   if (place != nullptr) {
+    leftovers_.push_back(place);
     if (place->contextRef != nullptr) place->dropped = true;
-    leftovers_.push_back(std::move(place));
   }
-  place = std::move(record);
+  place = record;
 }
 
 EventEmitter::RecordPtr EventEmitter::take(const std::string& name) {
@@ -275,14 +287,16 @@ std::int64_t EventEmitter::nextStamp() {
 
 void EventEmitter::unregister(const std::string& name) {
   MutexLock lock(mutex_);
-  RecordPtr record = take(name);
-  if (record == nullptr) {
+  const auto found = listeners_.find(name);
+  if (found == listeners_.end()) {
     logSink_.LogI("Event not found: " + name);
     return;
   }
-  release(*record);
   // A listener that script registered over a completion: its reference waits for the script thread.
-  if (record->contextRef != nullptr) leftovers_.push_back(std::move(record));
+  const RecordPtr record = found->second;
+  if (record->contextRef != nullptr) leftovers_.push_back(record);
+  listeners_.erase(found);
+  release(*record);
 }
 
 void EventEmitter::post(std::string_view name, std::unique_ptr<DispatchMessage> message,

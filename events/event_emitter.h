@@ -26,7 +26,8 @@
 //     environment alive, until releaseAll() or the end of the registry.
 //  8. Node frees every thread-safe function when its environment ends. The registry must be gone by
 //     then; EnvironmentHook sees to that and is re-armed after every creation. A function for which
-//     that fails is released at once and counts as one that could not be created.
+//     that fails, or whose record cannot be kept for want of memory, is released at once and counts
+//     as one that could not be created.
 //  9. Every message is freed by delivery, also when Node delivers it without an environment.
 //
 // Threads: on(), off(), registerApiCallback(), releaseAll(), construction and destruction belong to
@@ -106,7 +107,7 @@ class EventEmitter {
 
   bool createFunction(napi_env env, napi_value callback, const std::string& name,
                       ListenerRecord& record);
-  void store(const std::string& name, RecordPtr record);
+  void store(const std::string& name, const RecordPtr& record);
   RecordPtr take(const std::string& name) KAVRIN_REQUIRES(mutex_);
   // Wall-clock milliseconds, made strictly increasing so that a burst of registrations need not
   // wait for the clock.

@@ -49,9 +49,14 @@ extern "C" {
 
 NAPI_MODULE_EXPORT int32_t node_api_module_get_api_version_v1() { return NAPI_VERSION; }
 
+// A module that cannot be set up has no functions.
 NAPI_MODULE_EXPORT napi_value napi_register_module_v1(napi_env env, napi_value exports) {
-  if (kavrin::Environment::install(env)) {
-    kavrin::ConferenceEngineWrapper::defineFunctions(env, exports);
+  try {
+    if (kavrin::Environment::install(env)) {
+      kavrin::ConferenceEngineWrapper::defineFunctions(env, exports);
+    }
+  } catch (...) {
+    // Too little memory to say so.
   }
   return exports;
 }

@@ -176,11 +176,20 @@ bool VideoFrameStore::bind(napi_env env, napi_value buffer, const std::string& u
       napi_create_reference(env, buffer, 1, &bound.reference) != napi_ok) {
     return false;
   }
+  try {
+    setBound(StreamName(userName, streamType), bound);
+  } catch (...) {
+    release(bound);
+    throw;
+  }
+  return true;
+}
+
+void VideoFrameStore::setBound(const StreamName& name, const BoundBuffer& bound) {
   const ScriptLock lock(mutex_);
-  Stream& stream = streams_[StreamName(userName, streamType)];
+  Stream& stream = streams_[name];
   if (stream.isBound()) release(stream.bound);
   stream.bound = bound;
-  return true;
 }
 
 void VideoFrameStore::unbind(napi_env /*env*/, const std::string& userName,

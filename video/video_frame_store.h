@@ -130,6 +130,7 @@ class VideoFrameStore {
 
   static Memory currentMemory(const BoundBuffer& bound);
   static void release(const BoundBuffer& bound);
+  void setBound(const StreamName& name, const BoundBuffer& bound) KAVRIN_EXCLUDES(mutex_);
   Stream* accepting(const StreamName& name) KAVRIN_REQUIRES(mutex_);
   bool store(const StreamName& name, const VideoFrame& frame, std::int32_t size, Block& block)
       KAVRIN_EXCLUDES(mutex_);

@@ -33,16 +33,21 @@ VideoOption::~VideoOption() = default;
 }  // namespace Kavrin::ConferenceEngine
 
 KavrinConferenceEngineUser::KavrinConferenceEngineUser()
-    : KavrinConferenceEngineUser(nullptr, nullptr, nullptr) {}
-
-KavrinConferenceEngineUser::KavrinConferenceEngineUser(const char* name, const char* id,
-                                                       const char* extendedInfo)
-    : m_pUserName(copyText(name)),
-      m_pUserId(copyText(id)),
-      m_pUserExtInfo(copyText(extendedInfo)),
+    : m_pUserName(nullptr),
+      m_pUserId(nullptr),
+      m_pUserExtInfo(nullptr),
       m_audioState(0),
       m_cameraState(0),
       m_screenShareState(0) {}
+
+// The user is whole from the start, so that its texts are freed when memory for one is short.
+KavrinConferenceEngineUser::KavrinConferenceEngineUser(const char* name, const char* id,
+                                                       const char* extendedInfo)
+    : KavrinConferenceEngineUser() {
+  m_pUserName = copyText(name);
+  m_pUserId = copyText(id);
+  m_pUserExtInfo = copyText(extendedInfo);
+}
 
 KavrinConferenceEngineUser::KavrinConferenceEngineUser(const KavrinConferenceEngineUser& other)
     : KavrinConferenceEngineUser(other.m_pUserName, other.m_pUserId, other.m_pUserExtInfo) {

@@ -103,7 +103,8 @@ Code Session::listShareSources(std::vector<ScreenShareDeviceInfo>& sources) cons
   }
   sources.clear();
   for (const ShareEntry& entry : environment_.devices->shareSources()) {
-    ScreenShareDeviceInfo record{};
+    // In the list before it has a thumbnail: the caller frees those of the list.
+    ScreenShareDeviceInfo& record = sources.emplace_back();
     record.id = entry.id;
     record.type = entry.window ? Kavrin::ConferenceEngine::kShareSourceWindow : 1;
     copyText(record.name, entry.name);
@@ -113,11 +114,10 @@ Code Session::listShareSources(std::vector<ScreenShareDeviceInfo>& sources) cons
       const std::vector<unsigned char> pixels = bgraOf(*picture);
       record.thumbnailWidth = kThumbnailWidth;
       record.thumbnailHeight = kThumbnailHeight;
-      record.thumbnailDataLength = static_cast<std::int32_t>(pixels.size());
       record.thumbnailData = new unsigned char[pixels.size()];
+      record.thumbnailDataLength = static_cast<std::int32_t>(pixels.size());
       std::memcpy(record.thumbnailData, pixels.data(), pixels.size());
     }
-    sources.push_back(record);
   }
   return Code::kOk;
 }

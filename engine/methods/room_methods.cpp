@@ -1,5 +1,8 @@
 // Rooms: joining and leaving, what a host may do, members and messages.
+#include <atomic>
+#include <exception>
 #include <future>
+#include <memory>
 
 #include "bridge/records.h"
 #include "engine/completion_ticket.h"
@@ -60,26 +63,39 @@ const char* receiver(const MessageParameters& parameters) {
   return parameters.toUser.empty() ? nullptr : parameters.toUser.c_str();
 }
 
-// Hands the engine's answer to the waiting script thread.
-struct MessageAnswer {
-  std::shared_ptr<std::promise<std::int32_t>> promise;
-
-  void operator()(std::int32_t code, const char*) const {
-    try {
-      promise->set_value(code);
-    } catch (const std::future_error&) {
-      // A second answer: the first one counts.
-    }
+// What the script thread waits for: the engine's first answer, on any thread, or the error that the
+// engine has dropped the completion. Everything that either takes is there from the start, so that
+// neither fails when memory is short.
+class MessageAnswer {
+ public:
+  MessageAnswer() = default;
+  ~MessageAnswer() {
+    if (!given_.test_and_set()) promise_.set_exception(dropped_);
   }
+  MessageAnswer(const MessageAnswer&) = delete;
+  MessageAnswer& operator=(const MessageAnswer&) = delete;
+
+  void give(std::int32_t code) {
+    if (!given_.test_and_set()) promise_.set_value(code);
+  }
+  std::future<std::int32_t> future() { return promise_.get_future(); }
+
+ private:
+  std::atomic_flag given_;
+  std::promise<std::int32_t> promise_;
+  const std::exception_ptr dropped_ =
+      std::make_exception_ptr(std::future_error(std::future_errc::broken_promise));
 };
 
 Variant sendCustomMessage(Facade& facade, napi_env, const std::string& json) {
   const char* tag = kTag<"SendCustomMessage">.text;
   return withParameters<MessageParameters>(facade, tag, json, [&](const auto& parameters) {
-    // The completion alone keeps the promise: if the engine drops it, the wait ends with an error.
-    auto answer = std::make_shared<std::promise<std::int32_t>>();
-    std::future<std::int32_t> code = answer->get_future();
-    MessageAnswer completion{std::move(answer)};
+    auto answer = std::make_shared<MessageAnswer>();
+    std::future<std::int32_t> code = answer->future();
+    // The completion alone keeps the answer, so that the engine may drop it.
+    auto completion = [answer = std::move(answer)](std::int32_t given, const char*) {
+      answer->give(given);
+    };
     return Variant::int32(tracedCall(facade, tag, [&](Engine& engine) {
       engine.SendCustomMessage(parameters.msg.c_str(), receiver(parameters), std::move(completion));
       return code.get();

@@ -61,17 +61,22 @@ VideoOption::~VideoOption() { --liveObjects().options; }
 }  // namespace Kavrin::ConferenceEngine
 
 KavrinConferenceEngineUser::KavrinConferenceEngineUser()
-    : KavrinConferenceEngineUser(nullptr, nullptr, nullptr) {}
-
-KavrinConferenceEngineUser::KavrinConferenceEngineUser(const char* name, const char* id,
-                                                       const char* extendedInfo)
-    : m_pUserName(copyOf(name)),
-      m_pUserId(copyOf(id)),
-      m_pUserExtInfo(copyOf(extendedInfo)),
+    : m_pUserName(nullptr),
+      m_pUserId(nullptr),
+      m_pUserExtInfo(nullptr),
       m_audioState(0),
       m_cameraState(0),
       m_screenShareState(0) {
   ++liveObjects().users;
+}
+
+// The user is whole from the start, so that its texts are freed when memory for one is short.
+KavrinConferenceEngineUser::KavrinConferenceEngineUser(const char* name, const char* id,
+                                                       const char* extendedInfo)
+    : KavrinConferenceEngineUser() {
+  m_pUserName = copyOf(name);
+  m_pUserId = copyOf(id);
+  m_pUserExtInfo = copyOf(extendedInfo);
 }
 
 KavrinConferenceEngineUser::KavrinConferenceEngineUser(const KavrinConferenceEngineUser& other)

@@ -46,6 +46,23 @@ KavrinConferenceEngineUser userFrom(const JsonValue& value) {
   return user;
 }
 
+void appendShareSources(KavrinConferenceEngine::ShareSources& sources, const std::string& json) {
+  forEach(json, [&sources](const JsonValue& value) {
+    auto& source = sources.emplace_back();
+    source.id = int32Of(value, "id");
+    source.type = int32Of(value, "type");
+    copyText(source.name, textOf(value, "name"));
+    source.thumbnailWidth = static_cast<std::uint16_t>(integerOf(value, "thumbnailWidth", 0));
+    source.thumbnailHeight = static_cast<std::uint16_t>(integerOf(value, "thumbnailHeight", 0));
+    const JsonValue* bytes = member(value, "thumbnail");
+    if (bytes == nullptr || !bytes->IsArray()) return;
+    source.thumbnailDataLength = static_cast<std::int32_t>(bytes->Size());
+    source.thumbnailData = new unsigned char[bytes->Size()];
+    std::transform(bytes->Begin(), bytes->End(), source.thumbnailData,
+                   [](const JsonValue& byte) { return static_cast<unsigned char>(byte.GetInt()); });
+  });
+}
+
 }  // namespace
 
 KavrinConferenceEngine::AudioDevices audioDevicesFrom(const std::string& json) {
@@ -74,20 +91,12 @@ KavrinConferenceEngine::CameraDevices cameraDevicesFrom(const std::string& json)
 
 KavrinConferenceEngine::ShareSources shareSourcesFrom(const std::string& json) {
   KavrinConferenceEngine::ShareSources sources;
-  forEach(json, [&sources](const JsonValue& value) {
-    auto& source = sources.emplace_back();
-    source.id = int32Of(value, "id");
-    source.type = int32Of(value, "type");
-    copyText(source.name, textOf(value, "name"));
-    source.thumbnailWidth = static_cast<std::uint16_t>(integerOf(value, "thumbnailWidth", 0));
-    source.thumbnailHeight = static_cast<std::uint16_t>(integerOf(value, "thumbnailHeight", 0));
-    const JsonValue* bytes = member(value, "thumbnail");
-    if (bytes == nullptr || !bytes->IsArray()) return;
-    source.thumbnailDataLength = static_cast<std::int32_t>(bytes->Size());
-    source.thumbnailData = new unsigned char[bytes->Size()];
-    std::transform(bytes->Begin(), bytes->End(), source.thumbnailData,
-                   [](const JsonValue& byte) { return static_cast<unsigned char>(byte.GetInt()); });
-  });
+  try {
+    appendShareSources(sources, json);
+  } catch (...) {
+    for (const auto& source : sources) delete[] source.thumbnailData;
+    throw;
+  }
   return sources;
 }
 

@@ -64,7 +64,7 @@ ScriptedEngine::ScriptedEngine(KavrinConferenceEngineEvent* sink)
   call("CreateConfEngine", sink != nullptr);
 }
 
-ScriptedEngine::~ScriptedEngine() { call("DestroyConfEngine"); }
+ScriptedEngine::~ScriptedEngine() noexcept(false) { call("DestroyConfEngine"); }
 
 template <typename... Arguments>
 std::int32_t ScriptedEngine::call(const char* operation, const Arguments&... arguments) {

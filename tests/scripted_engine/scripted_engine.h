@@ -18,7 +18,7 @@ namespace kavrin::scripted {
 class ScriptedEngine final : public KavrinConferenceEngine {
  public:
   explicit ScriptedEngine(KavrinConferenceEngineEvent* sink);
-  ~ScriptedEngine();
+  ~ScriptedEngine() noexcept(false);  // as an engine that runs out of memory
   ScriptedEngine(const ScriptedEngine&) = delete;
   ScriptedEngine& operator=(const ScriptedEngine&) = delete;
 

@@ -3,6 +3,7 @@
 
 #include "tests/unit/fake_node_api/script_environment.h"
 
+using kavrin::fake::callNative;
 using kavrin::fake::enter;
 using kavrin::fake::enterScript;
 
@@ -101,7 +102,9 @@ napi_status napi_create_function(napi_env env, const char*, size_t, napi_callbac
     if (cb == nullptr || result == nullptr) return napi_invalid_arg;
     *result = env->function([env, cb, data](napi_value receiver, const auto& arguments) {
       napi_callback_info__ info{receiver, arguments, data};
-      return cb(env, &info);
+      napi_value returned = nullptr;
+      callNative(env, "a function of the module", [&] { returned = cb(env, &info); });
+      return returned;
     });
     return napi_ok;
   });

@@ -25,6 +25,7 @@
 
 #include "bridge/node_api.h"
 #include "tests/unit/fake_node_api/fault_plan.h"
+#include "tests/unit/fake_node_api/inside_node_api.h"
 #include "tests/unit/fake_node_api/misuse_log.h"
 #include "tests/unit/fake_node_api/script_value.h"
 
@@ -182,6 +183,7 @@ napi_value parseJson(napi_env env, const std::string& text);
 // The body of every napi_* function: checks, then `work`, whose status becomes the last error.
 template <typename Work>
 napi_status enter(napi_env env, const char* function, Work work) {
+  const InsideNodeApi inside;
   if (env == nullptr) return napi_invalid_arg;
   const napi_status status = env->enter(function, false);
   return env->leave(status == napi_ok ? work() : status);
@@ -190,9 +192,21 @@ napi_status enter(napi_env env, const char* function, Work work) {
 // The same for functions that may run script: they fail while an exception is pending.
 template <typename Work>
 napi_status enterScript(napi_env env, const char* function, Work work) {
+  const InsideNodeApi inside;
   if (env == nullptr) return napi_invalid_arg;
   const napi_status status = env->enter(function, true);
   return env->leave(status == napi_ok ? work() : status);
+}
+
+// Native code that Node calls, which would end the process for a C++ exception from there.
+template <typename Work>
+void callNative(napi_env env, const char* what, Work work) {
+  try {
+    work();
+  } catch (...) {
+    const InsideNodeApi inside;
+    env->misuse.add(std::string("a C++ exception left ") + what);
+  }
 }
 
 }  // namespace kavrin::fake

@@ -63,7 +63,8 @@ bool napi_threadsafe_function__::isOpen() {
 
 void napi_threadsafe_function__::deliver(void* data) {
   napi_env env = setup_.env;
-  setup_.callJs(env, setup_.callback, setup_.context, data);
+  kavrin::fake::callNative(env, "the delivery of a post",
+                           [&] { setup_.callJs(env, setup_.callback, setup_.context, data); });
   if (env->pendingException() != nullptr) env->uncaught.push_back(env->takeException());
 }
 
@@ -130,17 +131,20 @@ napi_status napi_create_threadsafe_function(napi_env env, napi_value func,
 
 napi_status napi_call_threadsafe_function(napi_threadsafe_function func, void* data,
                                           napi_threadsafe_function_call_mode) {
+  const kavrin::fake::InsideNodeApi inside;
   const auto fault = func->setup().env->faults.enter(__func__);
   return fault ? *fault : func->call(data);
 }
 
 napi_status napi_acquire_threadsafe_function(napi_threadsafe_function func) {
+  const kavrin::fake::InsideNodeApi inside;
   const auto fault = func->setup().env->faults.enter(__func__);
   return fault ? *fault : func->acquire();
 }
 
 napi_status napi_release_threadsafe_function(napi_threadsafe_function func,
                                              napi_threadsafe_function_release_mode mode) {
+  const kavrin::fake::InsideNodeApi inside;
   const auto fault = func->setup().env->faults.enter(__func__);
   return fault ? *fault : func->release(mode == napi_tsfn_abort);
 }

@@ -7,13 +7,24 @@
 
 namespace kavrin::testing {
 
-// Runs `work` with allocation number `nth` of this thread, counted from 0, failing, and those
-// behind it as well. True when it ended with std::bad_alloc.
-bool runsShort(int nth, const std::function<void()>& work);
+enum class Shortage {
+  None,    // there were fewer allocations
+  Caught,  // `work` returned all the same
+  Escaped  // `work` ended with std::bad_alloc
+};
 
-// Runs `work`, and `meanwhile` before this thread's first allocation of `bytes` in it, as another
-// thread might. False when there was no such allocation.
+// Runs `work` with allocation number `nth` of this thread, counted from 0, failing, and those
+// behind it as well.
+Shortage runShort(int nth, const std::function<void()>& work);
+
+// True when that ended with std::bad_alloc.
+inline bool runsShort(int nth, const std::function<void()>& work) {
+  return runShort(nth, work) == Shortage::Escaped;
+}
+
+// Runs `work`, and `meanwhile` before this thread's allocation number `nth` of `bytes` in it, as
+// another thread might. False when there was no such allocation.
 bool meanwhileAllocating(std::size_t bytes, const std::function<void()>& meanwhile,
-                         const std::function<void()>& work);
+                         const std::function<void()>& work, int nth = 0);
 
 }  // namespace kavrin::testing
