@@ -2,6 +2,8 @@
 
 #include <mutex>
 
+#include "conference/gst/plugin_loading.h"
+
 #if defined(__has_feature)
 #if __has_feature(thread_sanitizer)
 #define KAVRIN_THREAD_SANITIZER 1
@@ -16,6 +18,8 @@
 namespace kavrin::conference {
 
 bool ensureGstreamer() {
+  const PluginLoading loading;
+  if (!loading) return false;
   static std::once_flag once;
   static bool ready = false;
   std::call_once(once, [] {
@@ -35,6 +39,8 @@ void takeOver(void*) {}
 #endif
 
 PipelinePtr parsePipeline(const char* description) {
+  const PluginLoading loading;
+  if (!loading) return nullptr;
   if (!ensureGstreamer()) return nullptr;
   GError* error = nullptr;
   PipelinePtr pipeline(gst_parse_launch(description, &error));

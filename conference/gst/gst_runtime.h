@@ -8,7 +8,7 @@
 namespace kavrin::conference {
 
 // Initialises GStreamer once per process, without forking and without signal handlers. False when
-// it cannot be initialised. Threads: any.
+// it cannot be initialised or the process is ending. Threads: any.
 bool ensureGstreamer();
 
 // What one thread hands to another through GStreamer is in order, but ThreadSanitizer cannot see
@@ -31,7 +31,7 @@ using GstSamplePtr = std::unique_ptr<GstSample, GstSampleUnref>;
 using GstCapsPtr = std::unique_ptr<GstCaps, GstCapsUnref>;
 
 // A pipeline from its textual description, set to the null state before it goes. Null when the
-// description cannot be built (a plugin is missing).
+// description cannot be built (a plugin is missing) or the process is ending.
 struct StopAndUnref {
   void operator()(GstElement* pipeline) const {
     gst_element_set_state(pipeline, GST_STATE_NULL);

@@ -66,3 +66,12 @@ for (const library of ['scripted', 'real']) {
     });
   }
 }
+
+const exitWhileLoading = 'a process that ended while plug-ins were being loaded aborted';
+test(exitWhileLoading, { timeout: limit }, async () => {
+  for (const delay of [0, 3, 5, 8, 11]) {
+    const result = await runScript(exiter, ['exit', delay],
+      { env: { KAVRIN_LIBRARY: 'real' }, timeoutMs: 60000 });
+    assert.equal(result.code, 0, `after ${delay} ms ${howItEnded(result)}`);
+  }
+});

@@ -42,11 +42,9 @@ export function sanitizerEnvironment(buildDir, reportBase) {
   if (sanitizers.includes('thread')) {
     return {
       LD_PRELOAD: runtime(buildDir, 'tsan'),
-      // The end of a process is not drawn out: a media library that another thread is still loading
-      // does not bear that.
       // Node has races of its own, so races are judged from the reports and not by the exit code.
       TSAN_OPTIONS: `${suppressions('conference/tsan.supp')}:exitcode=0:report_signal_unsafe=0:` +
-        `report_thread_leaks=0:atexit_sleep_ms=0:${log}`,
+        `report_thread_leaks=0:atexit_sleep_ms=50:${log}`,
     };
   }
   return {};
