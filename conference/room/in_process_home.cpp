@@ -62,7 +62,8 @@ void InProcessHome::removeIfEmpty(const std::string& roomId) {
 
 std::shared_ptr<RoomHome> inProcessHomeFor(const std::string& rootHost) {
   static Mutex mutex;
-  static std::map<std::string, std::weak_ptr<InProcessHome>> homes;
+  // Never destroyed: it outlives the threads that use it, also while the process ends.
+  static auto& homes = *new std::map<std::string, std::weak_ptr<InProcessHome>>;
   MutexLock lock(mutex);
   for (auto home = homes.begin(); home != homes.end();) {
     home = home->second.expired() ? homes.erase(home) : std::next(home);
