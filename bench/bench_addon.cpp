@@ -13,6 +13,7 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -62,14 +63,17 @@ struct Pictures {
   std::int32_t height = 0;
   std::vector<std::vector<unsigned char>> sources;
   std::vector<std::unique_ptr<unsigned char[]>> between;  // the floor's counterpart of the store
+  std::vector<char> spacer;  // of random size, so that others get other memory each time
   std::size_t size() const { return static_cast<std::size_t>(width) * height * 3 / 2; }
 };
 Pictures pictures;
 
-// makePictures(width, height, streams): sources for that many streams.
+// makePictures(width, height, streams): sources for that many streams, each time somewhere else.
 napi_value makePictures(napi_env env, napi_callback_info info) {
   const Arguments arguments(env, info);
+  constexpr std::size_t kLargestSpacer = 1 << 20;
   pictures = {};
+  pictures.spacer.resize(std::random_device()() % kLargestSpacer);
   pictures.width = arguments.number(env, 0);
   pictures.height = arguments.number(env, 1);
   for (int i = 0; i < arguments.number(env, 2); ++i) {
@@ -92,11 +96,22 @@ napi_value deliver(napi_env env, napi_callback_info info) {
   return nullptr;
 }
 
+void reportState(std::int32_t stream, std::int32_t state) {
+  const std::string user = "user" + std::to_string(stream);
+  kavrin::bench::newestSink()->OnRoomMemberStateChange({"room", "local"}, user.c_str(), state);
+}
+
 // announce(stream): the stream's camera starts.
 napi_value announce(napi_env env, napi_callback_info info) {
-  const Arguments arguments(env, info);
-  const std::string user = "user" + std::to_string(arguments.number(env, 0));
-  kavrin::bench::newestSink()->OnRoomMemberStateChange({"room", "local"}, user.c_str(), 4);
+  constexpr std::int32_t kCameraStarted = 4;
+  reportState(Arguments(env, info).number(env, 0), kCameraStarted);
+  return nullptr;
+}
+
+// withdraw(stream): it stops, and the module gives the memory of its picture back.
+napi_value withdraw(napi_env env, napi_callback_info info) {
+  constexpr std::int32_t kCameraStopped = 7;
+  reportState(Arguments(env, info).number(env, 0), kCameraStopped);
   return nullptr;
 }
 
@@ -270,6 +285,7 @@ extern "C" NAPI_MODULE_EXPORT napi_value napi_register_module_v1(napi_env env, n
   define(env, exports, "makePictures", makePictures);
   define(env, exports, "deliver", deliver);
   define(env, exports, "announce", announce);
+  define(env, exports, "withdraw", withdraw);
   define(env, exports, "floorCopyIn", floorCopyIn);
   define(env, exports, "floorCopyOut", floorCopyOut);
   define(env, exports, "floorCall", floorCall);

@@ -30,10 +30,16 @@ export function summary(row, turns) {
   };
 }
 
-/** Runs both sides in turn, `count` operations each; `reset` tidies up untimed after each. */
-export function compare({ count, ours, floor, rounds = 9, reset = () => {}, ...row }) {
+/**
+ * Runs both sides in turn, `count` operations each. `prepare` comes before each round and `reset` after
+ * each side, both untimed.
+ */
+export function compare({
+  count, ours, floor, rounds = 9, prepare = () => {}, reset = () => {}, ...row
+}) {
   const turns = [];
   for (let round = -1; round < rounds; round++) {
+    prepare();
     const turn = {};
     for (const side of round % 2 === 0 ? ['ours', 'floor'] : ['floor', 'ours']) {
       turn[side] = time(side === 'ours' ? ours : floor, count);
