@@ -4,7 +4,7 @@ import { spawnSync } from 'node:child_process';
 import path from 'node:path';
 
 import { root } from '../tools/setup.mjs';
-import { summary } from './measure.mjs';
+import { median, summary } from './measure.mjs';
 
 const folder = path.join(root, 'build', 'release', 'bench', 'inside');
 const rounds = 31; // several threads on few processors vary much
@@ -52,5 +52,23 @@ export const allocations = () => benchmarks('.', ['--benchmark_min_time=0.05'])
     name: name.startsWith('event/') ? 'event, callback to queue' : name, count,
   }));
 
-/** How long each mutex is held, by number of engine threads. */
-export const lockHolds = () => run('lock_holds');
+/**
+ * How long each mutex is held, by number of engine threads: the medians of the rounds, and the longest
+ * hold and the longest copy of all rounds.
+ */
+export function lockHolds() {
+  const groups = new Map();
+  for (const hold of run('lock_holds')) {
+    const key = `${hold.mutex} ${hold.threads}`;
+    groups.set(key, [...(groups.get(key) ?? []), hold]);
+  }
+  return [...groups.values()].map((rounds) => {
+    const all = (field) => rounds.map((hold) => hold[field]);
+    return {
+      mutex: rounds[0].mutex, threads: rounds[0].threads,
+      medianUs: median(all('medianUs')), p999Us: median(all('p999Us')),
+      longestUs: median(all('longestUs')), longestCopyUs: median(all('longestCopyUs')),
+      worstUs: Math.max(...all('longestUs')), worstCopyUs: Math.max(...all('longestCopyUs')),
+    };
+  });
+}

@@ -18,7 +18,8 @@ function quantile(values, share) {
   return sorted[below] + (sorted[above] - sorted[below]) * (place - below);
 }
 
-const median = (values) => quantile(values, 0.5);
+/** The value in the middle. */
+export const median = (values) => quantile(values, 0.5);
 
 /** The figures of a row from its turns, {ours, floor} each, in nanoseconds per operation. */
 export function summary(row, turns) {

@@ -68,7 +68,9 @@ show('How long mutexes are held, in microseconds of processor time', measured.lo
   median: ({ medianUs }) => fixed(medianUs, 1),
   '99.9 %': ({ p999Us }) => fixed(p999Us, 1),
   longest: ({ longestUs }) => fixed(longestUs, 1),
-  'longest copy of a picture': ({ longestCopyUs }) => fixed(longestCopyUs, 1),
+  'longest copy': ({ longestCopyUs }) => fixed(longestCopyUs, 1),
+  'worst hold': ({ worstUs }) => fixed(worstUs, 1),
+  'worst copy': ({ worstCopyUs }) => fixed(worstCopyUs, 1),
 });
 show('Processor time of a picture\'s way to script, in microseconds', measured.peers, {
   module: ({ name }) => name,
