@@ -62,10 +62,10 @@ export function lockHolds() {
     const key = `${hold.mutex} ${hold.threads}`;
     groups.set(key, [...(groups.get(key) ?? []), hold]);
   }
-  return [...groups.values()].map((rounds) => {
-    const all = (field) => rounds.map((hold) => hold[field]);
+  return [...groups.values()].map((turns) => {
+    const all = (field) => turns.map((hold) => hold[field]);
     return {
-      mutex: rounds[0].mutex, threads: rounds[0].threads,
+      mutex: turns[0].mutex, threads: turns[0].threads,
       medianUs: median(all('medianUs')), p999Us: median(all('p999Us')),
       longestUs: median(all('longestUs')), longestCopyUs: median(all('longestCopyUs')),
       worstUs: Math.max(...all('longestUs')), worstCopyUs: Math.max(...all('longestCopyUs')),

@@ -30,7 +30,7 @@ class Gate {
     std::atexit([] { instance().close(); });
   }
 
-  // The first start on a machine looks at every plug-in there is and takes seconds. But not for
+  // The first start on a machine looks at every plug-in there is and may take seconds. But not for
   // ever: a plug-in may itself end the process while it is loaded.
   void close() KAVRIN_EXCLUDES(mutex_) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);

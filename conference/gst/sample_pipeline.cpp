@@ -4,12 +4,15 @@
 
 #include <utility>
 
+#include "conference/gst/plugin_loading.h"
 #include "conference/media/scaler.h"
 
 namespace kavrin::conference {
 
 std::unique_ptr<SamplePipeline> SamplePipeline::start(const std::string& description,
                                                       OnSample onSample, const std::string& file) {
+  const PluginLoading loading;  // the decoder of a file is found and loaded while it starts
+  if (!loading) return nullptr;
   PipelinePtr pipeline = parsePipeline(description.c_str());
   if (!pipeline) return nullptr;
   if (!file.empty()) {

@@ -20,8 +20,9 @@ class SamplePipeline : public Capture {
  public:
   using OnSample = std::function<void(GstSamplePtr)>;
 
-  // Null when the pipeline cannot be built or does not start. A `file` becomes the location of the
-  // element named "file"; the pipeline then has half a second to understand it.
+  // Null when the pipeline cannot be built, does not start or the process is ending. A `file`
+  // becomes the location of the element named "file"; the pipeline then has half a second to
+  // understand it.
   static std::unique_ptr<SamplePipeline> start(const std::string& description, OnSample onSample,
                                                const std::string& file = {});
   ~SamplePipeline() override;

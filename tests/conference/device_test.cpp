@@ -1,7 +1,10 @@
+#include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include "tests/conference/member.h"
 
@@ -38,6 +41,16 @@ class DeviceTest : public RoomTest {
       number(static_cast<std::uint16_t>(std::lround(12000 * std::sin(i * 2764.6 / kRate))), 2);
     }
     return path;
+  }
+  // Ends the process while one of its threads starts a sound file.
+  [[noreturn]] static void endWhileSoundStarts(std::chrono::milliseconds delay) {
+    // Never destroyed, because the thread goes on while the process ends.
+    static const std::string& path = *new std::string(writeTone());
+    static Member& member = *new Member("a", uniqueHost());
+    std::atexit([] { std::remove(path.c_str()); });
+    std::thread([] { member->StartSpeakerDeviceTest(path.c_str()); }).detach();
+    std::this_thread::sleep_for(delay);
+    std::exit(0);
   }
   static bool waitSpeaker(Member& at, int state) {
     return at.sink.waitEvent([&](const Event& event) {
@@ -166,6 +179,14 @@ TEST_F(DeviceTest, SpeakerTestRefusesWhatIsNoSound) {
   std::ofstream(path, std::ios::trunc) << "no sound at all, only words and words and words";
   EXPECT_EQ(a->StartSpeakerDeviceTest(path.c_str()), code::kFileError);
   std::remove(path.c_str());
+}
+
+TEST_F(DeviceTest, AProcessThatEndedWhileASoundFileStartedAborted) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  for (const int delay : {1, 5, 20}) {
+    EXPECT_EXIT(endWhileSoundStarts(std::chrono::milliseconds(delay)), ::testing::ExitedWithCode(0),
+                "");
+  }
 }
 
 TEST_F(DeviceTest, LoopbackRecordingSendsWhatTheSystemPlays) {
